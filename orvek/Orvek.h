@@ -1,0 +1,14 @@
+#pragma once
+
+// The whole public interface of the Orvek library.
+
+#include <orvek/platform/core/File.h>
+#include <orvek/platform/core/Kernel.h>
+#include <orvek/platform/core/Module.h>
+#include <orvek/platform/core/Rect.h>
+#include <orvek/platform/core/Strings.h>
+#include <orvek/platform/core/Sync.h>
+#include <orvek/platform/core/Types.h>
+#include <orvek/platform/gfx/GraphicsSession.h>
+
+#include <orvek/frame/OrvekGlobals.h>

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <vector>
+
+#include <orvek/platform/core/Rect.h>
+#include <orvek/platform/core/Strings.h>
+#include <orvek/platform/core/Types.h>
+
+// Static helpers of the library: the graphics session, files relative to the
+// application's folder, text conversion, byte search, numbered file names,
+// ticks, list comparison and enumeration, the signal helpers, the search for
+// a free place for a rectangle and an event loop for hosts without one.
+class ORVEK_API COrvekGlobals {
+ public:
+  COrvekGlobals() = default;
+  ~COrvekGlobals() = default;
+  COrvekGlobals(const COrvekGlobals&) = default;
+  COrvekGlobals& operator=(const COrvekGlobals&) = default;
+
+  // Token of the graphics session that StartUp opened; 0 when none is open.
+  static ULONG m_GdiToken;
+
+  // Opens the graphics session (S_OK or E_FAIL). Keeps no count: a second
+  // call opens a further session and overwrites the token.
+  static LONG StartUp(void);
+  // Closes the session of m_GdiToken, if any, and sets the token to 0.
+  static void ShutDown(void);
+
+  // ---- files, paths and text ----
+
+  // Reads a file (relative paths: beside the application). A null buffer asks
+  // for the size. 1 if the file was opened, else 0 with *size untouched.
+  static int ReadFromFile(const char* path, void* buffer, int* size);
+  static int ReadFromFile(const wchar_t* path, void* buffer, int* size);
+  static LONG WriteToFile(const char* path, const void* data, int size, int bAppend);
+  static LONG WriteToFile(const wchar_t* path, const void* data, int size, int bAppend);
+  // The folder of the host's executable, with a closing '/'.
+  static CStringW GetApplicationPath(void);
+  static LONG GetFileInfo(HINSTANCE module, tagVS_FIXEDFILEINFO* info);
+  static void CSTRtoWSTR(const char* text, std::vector<wchar_t>* result);
+  static void WSTRtoCSTR(const wchar_t* text, std::vector<char>* result);
+  static LONG UnicodeToANSI(const CStringW* text, CStringA* result);
+  static LONG ANSIToUnicode(const CStringA* text, CStringW* result);
+  static LONG FindByteSequence(const unsigned char* data, int dataSize, const unsigned char* sequence, int sequenceSize,
+                               int* position, int step);
+  static LONG GetNewIndexFileName(CStringW* format, CStringW* result, int maxIndex);
+  static ULONG GetTicksElapsed(ULONG now, ULONG start);
+  template <typename T>
+  static int CompareLists(std::vector<T>* a, std::vector<T>* b);
+
+  // ---- enumeration ----
+
+  static LONG GetPlaceVariants(int count, std::vector<std::vector<int>>* variants);
+  static LONG GetStringVariants(const wchar_t* alphabet, int length, std::vector<CStringW>* variants);
+
+  // ---- signal helpers ----
+
+  // ---- placement of rectangles ----
+
+  // ---- event loop for hosts without one ----
+};
+
+template <>
+ORVEK_API int COrvekGlobals::CompareLists<int>(std::vector<int>* a, std::vector<int>* b);

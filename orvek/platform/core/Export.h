@@ -1,0 +1,11 @@
+#pragma once
+
+// The one export macro: the library is built with hidden visibility and
+// exports only what carries this mark.
+#if defined(ORVEK_BUILDING_LIBRARY)
+#define ORVEK_API __attribute__((visibility("default")))
+#else
+#define ORVEK_API
+#endif
+// Explicit template instantiations that hosts link against.
+#define ORVEK_TEMPLATE_API __attribute__((visibility("default")))

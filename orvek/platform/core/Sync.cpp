@@ -1,0 +1,73 @@
+#include <orvek/platform/core/Sync.h>
+
+#include <mutex>
+#include <new>
+#include <system_error>
+
+#include <orvek/platform/core/Kernel.h>
+
+void ThrowLockCreationError(LONG systemError) {
+  const LONG code = HRESULT_FROM_WIN32(systemError);
+  if (code == E_OUTOFMEMORY) throw CMemoryException();
+  throw CResultException(code);
+}
+
+struct CCriticalSection::Impl {
+  std::recursive_mutex mutex;
+};
+
+CCriticalSection::CCriticalSection() {
+  try {
+    m_p = std::make_unique<Impl>();
+  } catch (const std::bad_alloc&) {
+    ThrowLockCreationError(ERROR_OUTOFMEMORY);
+  } catch (const std::system_error& e) {
+    ThrowLockCreationError(e.code().value() == ENOMEM ? ERROR_OUTOFMEMORY : e.code().value());
+  }
+}
+
+CCriticalSection::~CCriticalSection() = default;
+
+BOOL CCriticalSection::Lock() {
+  m_p->mutex.lock();
+  return TRUE;
+}
+
+BOOL CCriticalSection::Lock(DWORD) { return Lock(); }
+
+BOOL CCriticalSection::Unlock() {
+  m_p->mutex.unlock();
+  return TRUE;
+}
+
+BOOL CCriticalSection::TryLock() { return m_p->mutex.try_lock() ? TRUE : FALSE; }
+
+CSingleLock::CSingleLock(CSyncObject* object, BOOL bInitialLock) : m_pObject(object), m_bAcquired(FALSE) {
+  if (bInitialLock) Lock();
+}
+
+CSingleLock::~CSingleLock() { Unlock(); }
+
+BOOL CSingleLock::Lock(DWORD timeout) {
+  if (!m_pObject || m_bAcquired) return m_bAcquired;
+  m_bAcquired = m_pObject->Lock(timeout);
+  return m_bAcquired;
+}
+
+BOOL CSingleLock::Unlock() {
+  if (m_pObject && m_bAcquired) m_bAcquired = !m_pObject->Unlock();
+  return !m_bAcquired;
+}
+
+CEvent::CEvent(BOOL bInitiallyOwn, BOOL bManualReset, const wchar_t* name, void* security)
+    : m_hObject(CreateEventW(security, bManualReset, bInitiallyOwn, name)) {
+  if (!m_hObject) ThrowLockCreationError(static_cast<LONG>(GetLastError()));
+}
+
+CEvent::~CEvent() {
+  if (m_hObject) CloseHandle(m_hObject);
+}
+
+BOOL CEvent::SetEvent() { return ::SetEvent(m_hObject); }
+BOOL CEvent::ResetEvent() { return ::ResetEvent(m_hObject); }
+BOOL CEvent::Lock(DWORD timeout) { return WaitForSingleObject(m_hObject, timeout) == WAIT_OBJECT_0; }

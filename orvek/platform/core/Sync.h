@@ -1,0 +1,94 @@
+#pragma once
+
+#include <exception>
+#include <memory>
+
+#include <orvek/platform/core/Types.h>
+
+// The framework's exceptions. They derive from std::exception, so a host may
+// catch them either way.
+class ORVEK_API CException : public std::exception {
+ public:
+  const char* what() const noexcept override { return "CException"; }
+};
+
+class ORVEK_API CMemoryException : public CException {
+ public:
+  const char* what() const noexcept override { return "CMemoryException"; }
+};
+
+// An exception that carries a result code.
+class ORVEK_API CResultException : public CException {
+ public:
+  explicit CResultException(LONG code) : m_sc(code) {}
+  const char* what() const noexcept override { return "CResultException"; }
+  LONG m_sc;
+};
+
+// What a constructor does when its lock cannot be made: the system error
+// number becomes a result code; an out-of-memory code raises
+// CMemoryException, any other CResultException with that code.
+[[noreturn]] ORVEK_API void ThrowLockCreationError(LONG systemError);
+
+class ORVEK_API CSyncObject {
+ public:
+  virtual ~CSyncObject() = default;
+  virtual BOOL Lock(DWORD timeout = INFINITE) = 0;
+  virtual BOOL Unlock() = 0;
+};
+
+// The framework's recursive lock.
+class ORVEK_API CCriticalSection : public CSyncObject {
+ public:
+  CCriticalSection();
+  ~CCriticalSection() override;
+  CCriticalSection(const CCriticalSection&) = delete;
+  CCriticalSection& operator=(const CCriticalSection&) = delete;
+
+  BOOL Lock();
+  // The timeout is not used: a critical section waits until it has the lock.
+  BOOL Lock(DWORD timeout) override;
+  BOOL Unlock() override;
+  // Non-blocking attempt, for code that must not wait.
+  BOOL TryLock();
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> m_p;
+};
+
+// Scoped holder: with bInitialLock it locks at once, and it unlocks what it
+// holds when it ends.
+class ORVEK_API CSingleLock {
+ public:
+  explicit CSingleLock(CSyncObject* object, BOOL bInitialLock = FALSE);
+  ~CSingleLock();
+  CSingleLock(const CSingleLock&) = delete;
+  CSingleLock& operator=(const CSingleLock&) = delete;
+
+  BOOL Lock(DWORD timeout = INFINITE);
+  BOOL Unlock();
+  BOOL IsLocked() const { return m_bAcquired; }
+
+ private:
+  CSyncObject* m_pObject;
+  BOOL m_bAcquired;
+};
+
+// A waitable event; HANDLE-compatible through m_hObject.
+class ORVEK_API CEvent : public CSyncObject {
+ public:
+  explicit CEvent(BOOL bInitiallyOwn = FALSE, BOOL bManualReset = FALSE, const wchar_t* name = nullptr,
+                  void* security = nullptr);
+  ~CEvent() override;
+  CEvent(const CEvent&) = delete;
+  CEvent& operator=(const CEvent&) = delete;
+
+  BOOL SetEvent();
+  BOOL ResetEvent();
+  BOOL Lock(DWORD timeout = INFINITE) override;
+  BOOL Unlock() override { return TRUE; }
+  operator HANDLE() const { return m_hObject; }
+
+  HANDLE m_hObject;
+};

@@ -1,0 +1,42 @@
+# Installs the built library into a private prefix, then builds and runs a
+# small host against it through find_package(Orvek) and through pkg-config.
+file(REMOVE_RECURSE ${WORK_DIR})
+set(prefix ${WORK_DIR}/prefix)
+execute_process(COMMAND ${CMAKE_COMMAND} --install ${BINARY_DIR} --prefix ${prefix} RESULT_VARIABLE r)
+if(r)
+  message(FATAL_ERROR "install failed")
+endif()
+
+execute_process(COMMAND ${CMAKE_COMMAND} -S ${SOURCE_DIR}/tests/consumer/host -B ${WORK_DIR}/build -G ${GENERATOR}
+                        -DCMAKE_PREFIX_PATH=${prefix} RESULT_VARIABLE r)
+if(r)
+  message(FATAL_ERROR "configure of the host failed")
+endif()
+execute_process(COMMAND ${CMAKE_COMMAND} --build ${WORK_DIR}/build RESULT_VARIABLE r)
+if(r)
+  message(FATAL_ERROR "build of the host through find_package failed")
+endif()
+execute_process(COMMAND ${WORK_DIR}/build/orvek_host RESULT_VARIABLE r OUTPUT_VARIABLE out)
+if(r OR NOT out MATCHES "orvek host ok")
+  message(FATAL_ERROR "host built through find_package failed: ${out}")
+endif()
+
+file(GLOB_RECURSE pcfile ${prefix}/*/orvek.pc)
+get_filename_component(pcdir ${pcfile} DIRECTORY)
+set(ENV{PKG_CONFIG_PATH} ${pcdir})
+execute_process(COMMAND pkg-config --cflags --libs orvek OUTPUT_VARIABLE flags RESULT_VARIABLE r
+                OUTPUT_STRIP_TRAILING_WHITESPACE)
+if(r)
+  message(FATAL_ERROR "pkg-config does not know orvek")
+endif()
+separate_arguments(flags UNIX_COMMAND "${flags}")
+execute_process(COMMAND c++ -std=c++17 ${SOURCE_DIR}/tests/consumer/host/main.cpp ${flags}
+                        -Wl,-rpath,${prefix}/lib -o ${WORK_DIR}/host_pc RESULT_VARIABLE r)
+if(r)
+  message(FATAL_ERROR "build of the host through pkg-config failed")
+endif()
+execute_process(COMMAND ${WORK_DIR}/host_pc RESULT_VARIABLE r OUTPUT_VARIABLE out)
+if(r OR NOT out MATCHES "orvek host ok")
+  message(FATAL_ERROR "host built through pkg-config failed: ${out}")
+endif()
+message(STATUS "consumer ok through find_package and pkg-config")
