@@ -12,3 +12,6 @@
 #include <orvek/platform/gfx/GraphicsSession.h>
 
 #include <orvek/frame/OrvekGlobals.h>
+
+#include <orvek/tuning/model/ParamRules.h>
+#include <orvek/tuning/model/ParamTypes.h>
