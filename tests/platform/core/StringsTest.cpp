@@ -71,18 +71,14 @@ TEST(Utf8, ConvertersFollowTheHostCountingRules) {
   EXPECT_EQ(WideCharToMultiByte(CP_ACP, 0, L"a", 1, n, -1, nullptr, nullptr), 0);
 }
 
-TEST(CString, ConstructionAssignmentAndConversion) {
-  const CStringW fromNull(static_cast<const wchar_t*>(nullptr));
-  EXPECT_TRUE(fromNull.IsEmpty());
-  EXPECT_STREQ(fromNull.GetString(), L"");
-  const CStringA narrowNull(static_cast<const wchar_t*>(nullptr));
-  EXPECT_TRUE(narrowNull.IsEmpty());
+TEST(CString, ConversionAcrossWidthsAndNullText) {
+  EXPECT_STREQ(CStringW(static_cast<const wchar_t*>(nullptr)).GetString(), L"");
+  EXPECT_TRUE(CStringA(static_cast<const wchar_t*>(nullptr)).IsEmpty());
   EXPECT_EQ(CStringA("abc", 2), "ab");
   EXPECT_EQ(CStringA("abc", -1), "");
   EXPECT_EQ(CStringW(L'x', 3), L"xxx");
-  EXPECT_EQ(CStringW(L'x', 0), L"");
 
-  CStringW w(L"\u00e9t\u00e9 \U0001F600");
+  const CStringW w(L"\u00e9t\u00e9 \U0001F600");
   CStringA a(w);
   EXPECT_EQ(a, "\xc3\xa9t\xc3\xa9 \xf0\x9f\x98\x80");
   EXPECT_EQ(a.GetLength(), 10);
@@ -90,19 +86,12 @@ TEST(CString, ConstructionAssignmentAndConversion) {
   CStringW back;
   back = a;
   EXPECT_EQ(back, w);
-  back = "plain";
-  EXPECT_EQ(back, L"plain");
   a = L"\u00fc";
   EXPECT_EQ(a, "\xc3\xbc");
   a = static_cast<const char*>(nullptr);
   EXPECT_TRUE(a.IsEmpty());
-
-  EXPECT_TRUE(CStringW(L"a") == L"a");
-  EXPECT_TRUE(L"a" != CStringW(L"b"));
-  EXPECT_TRUE(CStringW(L"a") < CStringW(L"b"));
   EXPECT_EQ(CStringW(L"ab") + L"c" + L'd', L"abcd");
   EXPECT_GT(CStringA("x").Compare(nullptr), 0);
-  EXPECT_EQ(CStringA("").Compare(nullptr), 0);
 }
 
 TEST(CString, FormatAndBuffers) {
@@ -111,79 +100,57 @@ TEST(CString, FormatAndBuffers) {
   EXPECT_EQ(w, L"-5-007 \u00e9 1.50");
   w.AppendFormat(L"|%x", 255);
   EXPECT_EQ(w, L"-5-007 \u00e9 1.50|ff");
-  // Longer than any small first buffer.
-  const std::wstring longText(5000, L'w');
-  w.Format(L"<%ls>", longText.c_str());
+  // Longer than any small first buffer, in both widths.
+  w.Format(L"<%ls>", std::wstring(5000, L'w').c_str());
   EXPECT_EQ(w.GetLength(), 5002);
   CStringA a;
-  const std::string longNarrow(3000, 'n');
-  a.Format("%s%d", longNarrow.c_str(), 12);
+  a.Format("%s%d", std::string(3000, 'n').c_str(), 12);
   EXPECT_EQ(a.GetLength(), 3002);
   EXPECT_EQ(a.Right(3), "n12");
-  a.Format(nullptr);
-  EXPECT_TRUE(a.IsEmpty());
-
   // A conversion the C library cannot make leaves the text as it was, at once.
   w = L"kept";
   w.Format(L"%s", "\xc3\xa9");
   EXPECT_EQ(w, L"kept");
 
   CStringW b(L"ab");
-  wchar_t* p = b.GetBuffer(10);
-  wcscpy(p, L"abcdef");
+  wcscpy(b.GetBuffer(10), L"abcdef");
   b.ReleaseBuffer();
   EXPECT_EQ(b, L"abcdef");
-  p = b.GetBuffer(0);
-  p[2] = 0;
+  b.GetBuffer(0)[2] = 0;
   b.ReleaseBuffer();
   EXPECT_EQ(b, L"ab");
   b.GetBufferSetLength(4)[3] = L'z';
   b.ReleaseBufferSetLength(4);
-  EXPECT_EQ(b.GetLength(), 4);
   EXPECT_EQ(b.GetAt(3), L'z');
-  b.ReleaseBuffer(1);
-  EXPECT_EQ(b, L"a");
 }
 
-TEST(CString, EditingAndSearching) {
+TEST(CString, EditingAndSearchingClampsOutOfRangeArguments) {
   CStringW s(L"hello world");
-  EXPECT_EQ(s.Find(L'o'), 4);
   EXPECT_EQ(s.Find(L'o', 5), 7);
   EXPECT_EQ(s.Find(L'o', 99), -1);
-  EXPECT_EQ(s.Find(L'o', -1), -1);
   EXPECT_EQ(s.Find(L"wor"), 6);
-  EXPECT_EQ(s.Find(L"xyz"), -1);
   EXPECT_EQ(s.Find(static_cast<const wchar_t*>(nullptr)), -1);
   EXPECT_EQ(s.ReverseFind(L'o'), 7);
-  EXPECT_EQ(s.ReverseFind(L'q'), -1);
-  EXPECT_EQ(s.Left(5), L"hello");
   EXPECT_EQ(s.Left(-1), L"");
   EXPECT_EQ(s.Left(99), s);
   EXPECT_EQ(s.Right(5), L"world");
-  EXPECT_EQ(s.Mid(6), L"world");
   EXPECT_EQ(s.Mid(6, 2), L"wo");
   EXPECT_EQ(s.Mid(99), L"");
   EXPECT_EQ(s.Mid(-3, 2), L"he");
-
   EXPECT_EQ(s.Insert(5, L","), 12);
-  EXPECT_EQ(s, L"hello, world");
   EXPECT_EQ(s.Insert(99, L'!'), 13);
   EXPECT_EQ(s, L"hello, world!");
   EXPECT_EQ(s.Delete(5, 1), 12);
   EXPECT_EQ(s.Delete(11, 50), 11);
   EXPECT_EQ(s.Delete(99, 1), 11);
-  EXPECT_EQ(s, L"hello world");
-
   EXPECT_EQ(s.Replace(L"o", L"00"), 2);
   EXPECT_EQ(s, L"hell00 w00rld");
-  EXPECT_EQ(s.Replace(L'0', L'o'), 4);
   EXPECT_EQ(s.Replace(L"", L"x"), 0);
 
   CStringA t("  \tMixed Case \r\n");
   t.Trim();
   EXPECT_EQ(t, "Mixed Case");
   EXPECT_EQ(CStringA(t).MakeUpper(), "MIXED CASE");
-  EXPECT_EQ(CStringA(t).MakeLower(), "mixed case");
   EXPECT_EQ(t.CompareNoCase("mixed CASE"), 0);
   EXPECT_LT(t.CompareNoCase("mixed cases"), 0);
   EXPECT_GT(t.CompareNoCase("mixed"), 0);
@@ -191,20 +158,12 @@ TEST(CString, EditingAndSearching) {
 
 TEST(CStringArray, ElementsKeepTheirAddressesWhileItGrows) {
   CStringArray list;
-  EXPECT_TRUE(list.IsEmpty());
-  EXPECT_EQ(list.GetUpperBound(), -1);
   EXPECT_EQ(list.Add(L"first"), 0);
   const CStringW* first = &list[0];
   for (int i = 1; i < 2000; ++i) list.Add(CStringW(L'x', i % 7));
   EXPECT_EQ(&list[0], first);
   EXPECT_EQ(*first, L"first");
   EXPECT_EQ(list.GetCount(), 2000);
-  list.SetAt(1, L"second");
-  list.ElementAt(2) = L"third";
-  EXPECT_EQ(list.GetAt(1), L"second");
-  EXPECT_EQ(list[2], L"third");
-  list.RemoveAll();
-  EXPECT_EQ(list.GetSize(), 0);
 }
 
 }  // namespace
