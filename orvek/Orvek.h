@@ -12,3 +12,7 @@
 #include <orvek/platform/gfx/GraphicsSession.h>
 
 #include <orvek/frame/OrvekGlobals.h>
+
+#include <orvek/persistence/IniFile.h>
+#include <orvek/persistence/LogFile.h>
+#include <orvek/persistence/SizeStructFile.h>
