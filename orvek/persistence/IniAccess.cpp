@@ -107,25 +107,42 @@ LONG CIniFile::GetParamFormat(const unsigned long long*, CStringW* pFormat) {
 }
 
 LONG CIniFile::ReadParam(const char* pSection, const char* pKey, const char* pFormat, void* pValue) const {
-  if (!pSection || !pKey || !pFormat || !pValue) return E_POINTER;
+  if (!pFormat) return E_POINTER;
   if (!isSingleNumberFormat(pFormat)) return E_INVALIDARG;
+  return scanParam(pSection, pKey, CStringW(pFormat), pValue);
+}
+
+LONG CIniFile::scanParam(const char* pSection, const char* pKey, const wchar_t* pFormat, void* pValue) const {
+  if (!pSection || !pKey || !pValue) return E_POINTER;
   int start = 0, end = 0, valueStart = 0, valueEnd = 0;
   LONG hr = FindSection(pSection, &start, &end);
   if (hr != S_OK) return hr;
   hr = FindParameter(start, end, pKey, &valueStart, &valueEnd);
   if (hr != S_OK) return hr;
-  const std::wstring text =
-      Utf8ToWide(m_strContent.GetString() + valueStart, static_cast<std::size_t>(valueEnd - valueStart));
-  const std::wstring format = Utf8ToWide(pFormat, std::strlen(pFormat));
+  // The scan reads wide text. A short ASCII value, the common case, is
+  // widened on the stack.
+  const char* bytes = m_strContent.GetString() + valueStart;
+  const std::size_t length = static_cast<std::size_t>(valueEnd - valueStart);
+  wchar_t small[64];
+  std::wstring large;
+  const wchar_t* text = small;
+  if (length < sizeof small / sizeof small[0] &&
+      std::all_of(bytes, bytes + length, [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
+    std::copy(bytes, bytes + length, small);
+    small[length] = 0;
+  } else {
+    large = Utf8ToWide(bytes, length);
+    text = large.c_str();
+  }
   CClassicNumbers classic;
-  return std::swscanf(text.c_str(), format.c_str(), pValue) == 1 ? S_OK : E_FAIL;
+  return std::swscanf(text, pFormat, pValue) == 1 ? S_OK : E_FAIL;
 }
 
 template <typename T>
 LONG CIniFile::ReadParam(const char* pSection, const char* pKey, T* pValue) const {
   CStringW format;
   GetParamFormat(pValue, &format);
-  return ReadParam(pSection, pKey, CStringA(format).GetString(), pValue);
+  return scanParam(pSection, pKey, format, pValue);
 }
 
 template <typename T>

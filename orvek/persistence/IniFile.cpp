@@ -2,6 +2,7 @@
 // and the splicing write.
 #include <orvek/persistence/IniFile.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -27,13 +28,29 @@ struct OwnedFile {
   }
 };
 
-// Position of the first occurrence of needle in text at or behind from, or -1.
-int findBytes(const CStringA& text, int from, const std::string& needle) {
+// Position q of the first CR LF followed by tail with from <= q < before, or
+// -1. Every pattern of the format begins with a line end, so the scan jumps
+// with memchr between the places where the byte behind a line end matches.
+int findBehindLineEnd(const CStringA& text, int from, int before, const std::string& tail) {
+  const char* base = text.GetString();
   const int length = text.GetLength();
-  if (from < 0 || from > length) return -1;
-  const void* hit = ::memmem(text.GetString() + from, static_cast<std::size_t>(length - from), needle.data(),
-                             needle.size());
-  return hit ? static_cast<int>(static_cast<const char*>(hit) - text.GetString()) : -1;
+  const int offset = tail.empty() ? 1 : 2;  // from the CR to the byte sought
+  const char sought = tail.empty() ? '\n' : tail[0];
+  const long long lastStart = std::min<long long>(before - 1LL, length - 2LL - static_cast<long long>(tail.size()));
+  if (lastStart < from) return -1;
+  const int last = static_cast<int>(lastStart) + offset;
+  for (int p = std::max(from, 0) + offset; p <= last; ++p) {
+    const void* hit = std::memchr(base + p, sought, static_cast<std::size_t>(last - p + 1));
+    if (!hit) return -1;
+    p = static_cast<int>(static_cast<const char*>(hit) - base);
+    const int q = p - offset;
+    if (base[q] != '\r' || base[q + 1] != '\n') continue;
+    // Backwards: names in one file tend to share their beginnings.
+    std::size_t i = tail.size();
+    while (i > 1 && base[q + 1 + i] == tail[i - 1]) --i;
+    if (i <= 1) return q;
+  }
+  return -1;
 }
 
 bool endsWithLineEnd(const CStringA& text, int end) {
@@ -163,25 +180,23 @@ bool CIniFile::checkIniString(int nLength) const {
 
 LONG CIniFile::FindSection(const char* pSection, int* pStart, int* pEnd) const {
   if (!pSection || !pStart || !pEnd) return E_POINTER;
-  std::string pattern(ms_pEndLine);
-  pattern += '[';
-  pattern += pSection;
-  pattern += ']';
-  pattern += ms_pEndLine;
+  std::string head("[");
+  head += pSection;
+  head += ']';
+  head += ms_pEndLine;
+  const int headLength = static_cast<int>(head.size());
   // A head behind a line end wins over the same head at the very start.
   int start;
-  const int hit = findBytes(m_strContent, 0, pattern);
+  const int hit = findBehindLineEnd(m_strContent, 0, m_strContent.GetLength(), head);
   if (hit >= 0) {
-    start = hit + static_cast<int>(pattern.size());
+    start = hit + 2 + headLength;
   } else {
-    const std::size_t headLength = pattern.size() - 2;
-    if (static_cast<std::size_t>(m_strContent.GetLength()) < headLength ||
-        std::memcmp(m_strContent.GetString(), pattern.data() + 2, headLength) != 0)
+    if (m_strContent.GetLength() < headLength || std::memcmp(m_strContent.GetString(), head.data(), head.size()) != 0)
       return E_FAIL;
-    start = static_cast<int>(headLength);
+    start = headLength;
   }
   // The body ends at the '[' of the next line that begins with one.
-  const int next = findBytes(m_strContent, start, std::string(ms_pEndLine) + '[');
+  const int next = findBehindLineEnd(m_strContent, start, m_strContent.GetLength(), "[");
   *pStart = start;
   *pEnd = next >= 0 ? next + 2 : m_strContent.GetLength();
   return S_OK;
@@ -190,19 +205,17 @@ LONG CIniFile::FindSection(const char* pSection, int* pStart, int* pEnd) const {
 LONG CIniFile::FindParameter(int nStart, int nEnd, const char* pKey, int* pValueStart, int* pValueEnd) const {
   if (!pKey || !pValueStart || !pValueEnd) return E_POINTER;
   if (nStart < 0 || nStart > nEnd || nEnd > m_strContent.GetLength()) return E_INVALIDARG;
-  std::string pattern(ms_pEndLine);
-  pattern += pKey;
-  pattern += '=';
-  const int keyLength = static_cast<int>(pattern.size()) - 2;
+  std::string key(pKey);
+  key += '=';
+  const int keyLength = static_cast<int>(key.size());
   // A later line of the body wins over its first line, whose line end lies
   // in front of the body.
   int valueStart;
-  const int hit = findBytes(m_strContent, nStart, pattern);
-  if (hit >= 0 && hit < nEnd) {
+  const int hit = findBehindLineEnd(m_strContent, nStart, nEnd, key);
+  if (hit >= 0) {
     valueStart = hit + 2 + keyLength;
-  } else if (nStart + keyLength <= m_strContent.GetLength() &&
-             std::memcmp(m_strContent.GetString() + nStart, pattern.data() + 2, static_cast<std::size_t>(keyLength)) ==
-                 0) {
+  } else if (keyLength <= m_strContent.GetLength() - nStart &&
+             std::memcmp(m_strContent.GetString() + nStart, key.data(), key.size()) == 0) {
     valueStart = nStart + keyLength;
   } else {
     return E_FAIL;
@@ -210,9 +223,9 @@ LONG CIniFile::FindParameter(int nStart, int nEnd, const char* pKey, int* pValue
   // Only a key whose "key=" lies wholly inside the body counts; names with a
   // line end in them could otherwise match across the body's end.
   if (valueStart > nEnd) return E_FAIL;
-  const int lineEnd = findBytes(m_strContent, valueStart, ms_pEndLine);
+  const int lineEnd = findBehindLineEnd(m_strContent, valueStart, nEnd + 1, std::string());
   *pValueStart = valueStart;
-  *pValueEnd = lineEnd < 0 || lineEnd > nEnd ? nEnd : lineEnd;
+  *pValueEnd = lineEnd < 0 ? nEnd : lineEnd;
   return S_OK;
 }
 

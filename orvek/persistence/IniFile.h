@@ -95,6 +95,8 @@ class ORVEK_API CIniFile {
   LONG readFileContent(CFile* pFile, CStringA* pContent, int* pLength);
   // True if the first nLength bytes of the text hold no byte 0.
   bool checkIniString(int nLength) const;
+  // The general read with a format known to be good, already wide.
+  LONG scanParam(const char* pSection, const char* pKey, const wchar_t* pFormat, void* pValue) const;
 
   static LONG GetParamFormat(const int* pDummy, CStringW* pFormat);
   static LONG GetParamFormat(const ULONG* pDummy, CStringW* pFormat);
