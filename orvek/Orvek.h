@@ -20,3 +20,7 @@
 
 #include <orvek/tuning/model/ParamRules.h>
 #include <orvek/tuning/model/ParamTypes.h>
+
+#include <orvek/persistence/IniFile.h>
+#include <orvek/persistence/LogFile.h>
+#include <orvek/persistence/SizeStructFile.h>
