@@ -398,6 +398,15 @@ QWidget* orvek_ui::makeControlWidget(WndKind kind, DWORD style, QWidget* parent)
 }
 
 void orvek_ui::wireControl(CWndImpl* impl) {
+  // Without WS_TABSTOP a control takes the focus only from a click, as on
+  // the host platform: activating its window or pressing Tab never puts it
+  // there.
+  if (impl->kind != WndKind::Generic && (impl->style & WS_CHILD) && !(impl->style & WS_TABSTOP)) {
+    QList<QWidget*> parts = impl->widget->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly);
+    parts << impl->widget;
+    for (QWidget* w : parts)
+      if (w->focusPolicy() & Qt::TabFocus) w->setFocusPolicy(Qt::ClickFocus);
+  }
   switch (impl->kind) {
     case WndKind::Slider: {
       auto* s = static_cast<TrackbarWidget*>(impl->widget);
