@@ -20,6 +20,7 @@
 
 #include <orvek/tuning/model/ParamRules.h>
 #include <orvek/tuning/model/ParamTypes.h>
+#include <orvek/tuning/dialog/DlgParamTune.h>
 
 #include <orvek/persistence/IniFile.h>
 #include <orvek/persistence/LogFile.h>

@@ -1,0 +1,629 @@
+#include <orvek/tuning/dialog/DlgParamTune.h>
+
+#include <algorithm>
+
+#include <orvek/frame/OrvekGlobals.h>
+#include <orvek/platform/core/File.h>
+#include <orvek/platform/core/Kernel.h>
+#include <orvek/platform/core/Module.h>
+#include <orvek/persistence/IniFile.h>
+#include <orvek/tuning/model/ParamRules.h>
+#include <orvek/tuning/placement/ToolWindows_p.h>
+
+using namespace ParamRules;
+
+namespace {
+
+const wchar_t kTitle[] = L"Настройка параметров";
+const wchar_t kNoGroupTab[] = L"????";
+const wchar_t kNoGroupSection[] = L"Ungrouped";
+const char kFileHead[] = "CDlgParamTune configuration file\r\nEdit at your own risk.\r\n\r\n";
+constexpr UINT kFileHeadSize = sizeof kFileHead - 1;
+static_assert(kFileHeadSize == 60, "the head of a value file is 60 bytes");
+
+constexpr DWORD kWindowStyle = WS_POPUP | WS_CAPTION | WS_SYSMENU;
+constexpr UINT kClassStyle = CS_DROPSHADOW | CS_GLOBALCLASS | CS_SAVEBITS | CS_CLASSDC;
+constexpr UINT kRefreshMs = 100;
+constexpr UINT kDefaultElapseMs = 20;
+
+float* floatOf(const tagParamInfoV2& p) { return static_cast<float*>(p.pValue); }
+int* intOf(const tagParamInfoV2& p) { return static_cast<int*>(p.pValue); }
+
+}  // namespace
+
+CDlgParamTune::CDlgParamTune()
+    : m_updateTimer(0), m_pStrings(nullptr), m_pfnNotify(nullptr), m_pNotifyContext(nullptr), m_pfnElapse(nullptr),
+      m_pElapseContext(nullptr), m_bDirty(FALSE), m_pNotify(nullptr) {
+  m_font.CreateFontW(8, 0, 0, 0, FW_NORMAL, 0, 0, 0, ANSI_CHARSET, OUT_DEFAULT_PRECIS, CLIP_DEFAULT_PRECIS,
+                     PROOF_QUALITY, DEFAULT_PITCH | FF_DONTCARE, L"MS Sans Serif");
+}
+
+CDlgParamTune::~CDlgParamTune() {
+  CSingleLock lock(&m_lock, TRUE);
+  // While this class is whole, so that its own OnDestroy unlists the window.
+  if (m_hWnd) DestroyWindow();
+  for (tagParamControls* c : m_controls) delete c;
+  m_controls.clear();
+  delete m_pStrings;
+  m_pStrings = nullptr;
+  for (tagParamChoice* b : m_choiceBlocks) delete[] b;
+  m_choiceBlocks.clear();
+}
+
+// ---- the parameter list ------------------------------------------------------------
+
+void CDlgParamTune::Create(const tagParamInfoV2* pParams, int nCount, PFN_PARAM_NOTIFY pfnNotify, void* pContext) {
+  CSingleLock lock(&m_lock, TRUE);
+  if (nCount != 0) {
+    m_params.resize(static_cast<std::size_t>(nCount));  // a negative count throws length_error
+    std::copy(pParams, pParams + nCount, m_params.begin());
+  }
+  SaveParamInfo();
+  Create(pfnNotify, pContext);
+}
+
+void CDlgParamTune::Create(const tagParamInfo* pParams, int nCount, PFN_PARAM_NOTIFY pfnNotify, void* pContext) {
+  CSingleLock lock(&m_lock, TRUE);
+  m_params.resize(static_cast<std::size_t>(nCount));
+  for (int i = 0; i < nCount; ++i) {
+    const tagParamInfo& o = pParams[i];
+    m_params[static_cast<std::size_t>(i)] =
+        tagParamInfoV2{o.pszName, o.eType, o.pValue, o.dMin, o.dMax, o.pfnNotify, o.pNotifyContext, nullptr, 0};
+  }
+  SaveParamInfo();
+  Create(pfnNotify, pContext);
+}
+
+void CDlgParamTune::CreateEmpty(CDlgParamTuneNotify* pNotify) {
+  CSingleLock lock(&m_lock, TRUE);
+  m_params.clear();
+  m_pNotify = pNotify;
+  Create(&CDlgParamTuneNotify::OnParamChanged, pNotify);
+}
+
+void CDlgParamTune::AddParam(tagParamInfoV2* pInfo) {
+  CSingleLock lock(&m_lock, TRUE);
+  m_params.push_back(*pInfo);
+  SaveParamInfo();
+  if (::IsWindow(m_hWnd))
+    ::PostMessageW(m_hWnd, WM_REBUILD_PARAMS, reinterpret_cast<WPARAM>(m_pfnNotify),
+                   reinterpret_cast<LPARAM>(m_pNotifyContext));
+}
+
+void CDlgParamTune::AddParam(int* pValue, const wchar_t* pszName, CDlgParamTuneNotify* pNotify) {
+  CSingleLock lock(&m_lock, TRUE);
+  tagParamInfoV2 info{pszName, ePT_Bool, pValue, 0.0, 0.0, &CDlgParamTuneNotify::OnParamChanged, pNotify, nullptr, 0};
+  m_pNotify = pNotify;
+  AddParam(&info);
+}
+
+void CDlgParamTune::AddParam(float* pValue, const wchar_t* pszName, float fMin, float fMax,
+                             CDlgParamTuneNotify* pNotify) {
+  CSingleLock lock(&m_lock, TRUE);
+  tagParamInfoV2 info{pszName, ePT_Float, pValue, fMin, fMax, &CDlgParamTuneNotify::OnParamChanged, pNotify, nullptr, 0};
+  m_pNotify = pNotify;
+  AddParam(&info);
+}
+
+void CDlgParamTune::AddParam(int* pValue, const wchar_t* pszName, PFN_PARAM_NOTIFY pfnNotify, void* pContext) {
+  tagParamInfoV2 info{pszName, ePT_Bool, pValue, 0.0, 0.0, pfnNotify, pContext, nullptr, 0};
+  AddParam(&info);
+}
+
+void CDlgParamTune::RemoveParam(void* pValue) {
+  CSingleLock lock(&m_lock, TRUE);
+  auto it = std::find_if(m_params.begin(), m_params.end(),
+                         [pValue](const tagParamInfoV2& p) { return p.pValue == pValue; });
+  if (it != m_params.end()) m_params.erase(it);
+  if (::IsWindow(m_hWnd))
+    ::PostMessageW(m_hWnd, WM_REBUILD_PARAMS, reinterpret_cast<WPARAM>(m_pfnNotify),
+                   reinterpret_cast<LPARAM>(m_pNotifyContext));
+}
+
+void CDlgParamTune::SetParamRange(void* pValue, double dMin, double dMax) {
+  CSingleLock lock(&m_lock, TRUE);
+  auto it = std::find_if(m_params.begin(), m_params.end(),
+                         [pValue](const tagParamInfoV2& p) { return p.pValue == pValue; });
+  if (it == m_params.end()) return;
+  it->dMin = dMin;
+  it->dMax = dMax;
+}
+
+void CDlgParamTune::SetNotifyElapseFunc(PFN_PARAM_ELAPSE pfnElapse, void* pContext) {
+  // Under the lock, so that a host thread may set it while the window's
+  // thread paces a change.
+  CSingleLock lock(&m_lock, TRUE);
+  m_pfnElapse = pfnElapse;
+  m_pElapseContext = pContext;
+}
+
+const wchar_t* CDlgParamTune::GetTypeFormatString(eParamTypeV2 eType) {
+  CSingleLock lock(&m_lock, TRUE);
+  return TypeFormat(eType);
+}
+
+void CDlgParamTune::SaveParamInfo() {
+  CSingleLock lock(&m_lock, TRUE);
+  SavePool(&m_params, &m_choiceBlocks, &m_pStrings);
+  m_bDirty = FALSE;
+}
+
+void CDlgParamTune::OnParamChanged(void*) {}
+
+// ---- construction and layout -----------------------------------------------------------
+
+void CDlgParamTune::Create(PFN_PARAM_NOTIFY pfnNotify, void* pContext) {
+  CSingleLock lock(&m_lock, TRUE);
+  m_pfnNotify = pfnNotify;
+  m_pNotifyContext = pContext;
+
+  int nGroups = 0, nItems = 0;
+  CountGroups(m_params, &nGroups, &nItems);
+
+  BOOL wasVisible = FALSE;
+  if (::IsWindow(m_hWnd)) {
+    wasVisible = CWnd::IsWindowVisible();
+    if (m_updateTimer) {
+      KillTimer(m_updateTimer);
+      m_updateTimer = 0;
+    }
+    DestroyWindow();
+  }
+
+  const wchar_t* cls = AfxRegisterWndClass(kClassStyle, nullptr, GetSysColorBrush(COLOR_BTNFACE), nullptr);
+  CreateEx(GetWindowStyleEx(), cls, kTitle, kWindowStyle, CRect(0, 0, 0, 0), GetWindowParent(), 0);
+  if (::IsWindow(m_tab.m_hWnd)) m_tab.DestroyWindow();
+
+  const bool firstIsGroup = !m_params.empty() && m_params.front().eType == ePT_Group;
+  if (nGroups > 1) {
+    m_tab.Create(WS_CHILD | WS_VISIBLE, CRect(0, 0, 0, 0), this, 0);
+    int item = 0;
+    if (!firstIsGroup) m_tab.InsertItem(item++, kNoGroupTab);
+    for (const tagParamInfoV2& p : m_params)
+      if (p.eType == ePT_Group) m_tab.InsertItem(item++, p.pszName);
+  }
+
+  int nColumns = 0, nRows = 0, offsetX = 0, offsetY = 0;
+  GetColumnsRawsAmount(nItems, nGroups, &nColumns, &nRows);
+  UpdateWindowRectCaption(nColumns, nRows, nGroups, &offsetX, &offsetY);
+
+  // The windows of the old controls died with the old window.
+  for (tagParamControls* c : m_controls) delete c;
+  m_controls.assign(m_params.size(), nullptr);
+
+  int p = 0;
+  for (std::size_t i = 0; i < m_params.size(); ++i) {
+    const tagParamInfoV2& info = m_params[i];
+    auto* c = new tagParamControls;
+    c->notifyTimer = 0;
+    m_controls[i] = c;
+    const POINT at = CellCorner(p, nRows, offsetX, offsetY);
+    auto cell = [&at](int l, int t, int r, int b) { return CRect(at.x + l, at.y + t, at.x + r, at.y + b); };
+    const UINT id = static_cast<UINT>(i + 1);
+    switch (info.eType) {
+      case ePT_Float:
+      case ePT_Int:
+        c->label.Create(info.pszName, WS_CHILD, cell(0, 0, LABEL_WIDTH, ITEM_HEIGHT), this, id);
+        c->label.SetFont(&m_font, TRUE);
+        c->slider.Create(WS_CHILD, cell(LABEL_WIDTH, 0, ITEM_WIDTH - VALUE_WIDTH, ITEM_HEIGHT), this, id);
+        if (info.eType == ePT_Int)
+          c->slider.SetRange(TruncToInt(info.dMin), TruncToInt(info.dMax), FALSE);
+        else
+          c->slider.SetRange(0, FLOAT_SCALE_MAX, FALSE);
+        c->valueText.Create(L"11", WS_CHILD | SS_CENTER, cell(ITEM_WIDTH - VALUE_WIDTH, 0, ITEM_WIDTH, ITEM_HEIGHT),
+                            this, id);
+        c->valueText.SetFont(&m_font, TRUE);
+        break;
+      case ePT_Bool:
+        c->check.Create(info.pszName, WS_CHILD | BS_CHECKBOX | BS_CENTER, cell(0, 0, ITEM_WIDTH, ITEM_HEIGHT), this, id);
+        c->check.SetFont(&m_font, TRUE);
+        break;
+      case ePT_List:
+        c->label.Create(info.pszName, WS_CHILD, cell(0, 0, LABEL_WIDTH, ITEM_HEIGHT), this, id);
+        c->label.SetFont(&m_font, TRUE);
+        c->list.Create(WS_CHILD | CBS_DROPDOWNLIST, cell(LABEL_WIDTH, 0, ITEM_WIDTH, LIST_HEIGHT), this, id);
+        for (int k = 0; k < info.nChoices; ++k) c->list.AddString(info.pChoices[k].pszText);
+        break;
+      default:  // a group header has no control; an unknown kind keeps its cell empty
+        break;
+    }
+    p = info.eType == ePT_Group ? 0 : p + 1;
+  }
+
+  if (nGroups > 1) m_tab.SetCurSel(0);
+  ShowGroup(0);
+  UpdateInterface();
+  CenterWindow();
+  if (m_hWnd) RegisterToolWindow(m_hWnd);
+  if (wasVisible) CWnd::ShowWindow(SW_SHOW);
+  if (!m_updateTimer) m_updateTimer = SetTimer(ID_UPDATE_TIMER, kRefreshMs);
+}
+
+void CDlgParamTune::GetColumnsRawsAmount(int nItems, int nGroups, int* pnColumns, int* pnRows) {
+  // The tab control grows any display rectangle by the same margins.
+  CRect probe(0, 0, 0, 0);
+  if (nGroups > 1) m_tab.AdjustRect(TRUE, &probe);
+  const TabGrowth growth{-probe.left, -probe.top, probe.right, probe.bottom};
+  ColumnsRows(nItems, nGroups, growth, pnColumns, pnRows);
+}
+
+void CDlgParamTune::UpdateWindowRectCaption(int nColumns, int nRows, int nGroups, int* pnOffsetX, int* pnOffsetY) {
+  const SIZE block = BlockSize(nColumns, nRows);
+  CRect r(0, 0, block.cx, block.cy);
+  int offsetX = 0, offsetY = 0;
+  if (nGroups > 1) {
+    m_tab.AdjustRect(TRUE, &r);
+    CRect t(0, 0, r.Width(), r.Height());
+    m_tab.MoveWindow(TAB_MARGIN_X, TAB_MARGIN_Y, t.Width(), t.Height(), FALSE);
+    m_tab.AdjustRect(FALSE, &t);
+    offsetX = TAB_MARGIN_X + t.left;
+    offsetY = TAB_MARGIN_Y + t.top;
+    r.right += 2 * TAB_MARGIN_X;
+    r.bottom += 2 * TAB_MARGIN_Y;
+  }
+  CalcWindowRect(&r, adjustBorder);
+  MoveWindow(&r, FALSE);
+
+  CStringW title(kTitle);
+  if (nGroups == 1 && !m_params.empty() && m_params.front().eType == ePT_Group) {
+    title += L" - ";
+    title += m_params.front().pszName;
+  }
+  SetWindowTextW(title);
+  *pnOffsetX = offsetX;
+  *pnOffsetY = offsetY;
+}
+
+DWORD CDlgParamTune::GetWindowStyleEx() { return WS_EX_TOOLWINDOW; }
+
+CWnd* CDlgParamTune::GetWindowParent() {
+  CWinThread* thread = AfxGetThread();
+  return thread ? thread->GetMainWnd() : nullptr;
+}
+
+void CDlgParamTune::ShowGroup(int nGroup) {
+  CSingleLock lock(&m_lock, TRUE);
+  bool shown = nGroup == 0;
+  int page = 0;
+  const std::size_t n = std::min(m_controls.size(), m_params.size());
+  for (std::size_t i = 0; i < n; ++i) {
+    tagParamControls* c = m_controls[i];
+    const int cmd = shown ? SW_SHOWNORMAL : SW_HIDE;
+    switch (m_params[i].eType) {
+      case ePT_Float:
+      case ePT_Int:
+        c->slider.CWnd::ShowWindow(cmd);
+        c->valueText.CWnd::ShowWindow(cmd);
+        c->label.CWnd::ShowWindow(cmd);
+        break;
+      case ePT_Bool:
+        c->check.CWnd::ShowWindow(cmd);
+        break;
+      case ePT_List:
+        c->label.CWnd::ShowWindow(cmd);
+        c->list.CWnd::ShowWindow(cmd);
+        break;
+      case ePT_Group:
+        // A header in first place opens page 0 and changes nothing.
+        if (i != 0) shown = ++page == nGroup;
+        break;
+      default:
+        break;
+    }
+  }
+}
+
+void CDlgParamTune::UpdateInterface() {
+  CSingleLock lock(&m_lock, TRUE);
+  const CWnd* focus = CWnd::GetFocus();
+  const std::size_t n = std::min(m_controls.size(), m_params.size());
+  for (std::size_t i = 0; i < n; ++i) {
+    const tagParamInfoV2& p = m_params[i];
+    tagParamControls* c = m_controls[i];
+    if (!p.pValue) continue;
+    switch (p.eType) {
+      case ePT_Float: {
+        if (focus == &c->slider) break;
+        float* v = floatOf(p);
+        const float clamped = ClampFloat(*v, p.dMin, p.dMax);
+        // Written back only when the clamp moved it, so that a host's store
+        // between the read and here survives.
+        if (!(clamped == *v)) *v = clamped;
+        c->slider.SendMessage(TBM_SETPOS, TRUE, FloatToPos(clamped, p.dMin, p.dMax));
+        UpdateFloatParamVal(static_cast<int>(i));
+        break;
+      }
+      case ePT_Int: {
+        if (focus == &c->slider) break;
+        int* v = intOf(p);
+        const int clamped = ClampInt(*v, p.dMin, p.dMax);
+        if (clamped != *v) *v = clamped;
+        c->slider.SendMessage(TBM_SETPOS, TRUE, clamped);
+        UpdateIntParamVal(static_cast<int>(i));
+        break;
+      }
+      case ePT_Bool:
+        c->check.SendMessage(BM_SETCHECK, static_cast<WPARAM>(*intOf(p)));
+        break;
+      case ePT_List: {
+        // An open list keeps its selection; the entries behind it wait for
+        // a later tick.
+        if (c->list.SendMessage(CB_GETDROPPEDSTATE)) return;
+        const int value = *intOf(p);
+        int sel = -1;
+        for (int k = 0; k < p.nChoices; ++k) {
+          if (TruncToInt(p.pChoices[k].dValue) == value) {
+            sel = k;
+            break;
+          }
+        }
+        c->list.SendMessage(CB_SETCURSEL, static_cast<WPARAM>(sel));
+        break;
+      }
+      default:
+        break;
+    }
+  }
+}
+
+void CDlgParamTune::UpdateFloatParamVal(int nIndex) {
+  CSingleLock lock(&m_lock, TRUE);
+  const std::size_t i = static_cast<std::size_t>(nIndex);
+  if (nIndex < 0 || i >= m_params.size() || i >= m_controls.size() || !m_params[i].pValue) return;
+  const tagParamInfoV2& p = m_params[i];
+  m_controls[i]->valueText.SetWindowTextW(FloatText(*floatOf(p), p.dMin, p.dMax));
+}
+
+void CDlgParamTune::UpdateIntParamVal(int nIndex) {
+  CSingleLock lock(&m_lock, TRUE);
+  const std::size_t i = static_cast<std::size_t>(nIndex);
+  if (nIndex < 0 || i >= m_params.size() || i >= m_controls.size() || !m_params[i].pValue) return;
+  m_controls[i]->valueText.SetWindowTextW(IntText(*intOf(m_params[i])));
+}
+
+// ---- interaction ---------------------------------------------------------------------
+
+void CDlgParamTune::OnHScroll(UINT nSBCode, UINT nPos, CScrollBar* pScrollBar) {
+  CSingleLock lock(&m_lock, TRUE);
+  const int index = pScrollBar ? pScrollBar->GetDlgCtrlID() - 1 : -1;
+  if (index < 0 || static_cast<std::size_t>(index) >= m_params.size()) return;
+  const tagParamInfoV2& p = m_params[static_cast<std::size_t>(index)];
+  bool changed = false;
+  if (p.pValue && (p.eType == ePT_Float || p.eType == ePT_Int)) {
+    const int pos = static_cast<int>(pScrollBar->SendMessage(TBM_GETPOS));
+    if (p.eType == ePT_Float) {
+      const float before = *floatOf(p);
+      *floatOf(p) = PosToFloat(pos, p.dMin, p.dMax);
+      UpdateFloatParamVal(index);
+      changed = !(*floatOf(p) == before);
+    } else {
+      const int before = *intOf(p);
+      *intOf(p) = pos;
+      UpdateIntParamVal(index);
+      changed = pos != before;
+    }
+  }
+  m_bDirty = TRUE;
+  if (changed) OnParamChangeNotify(index);
+  CWnd::OnHScroll(nSBCode, nPos, pScrollBar);
+}
+
+BOOL CDlgParamTune::OnCommand(WPARAM wParam, LPARAM lParam) {
+  CSingleLock lock(&m_lock, TRUE);
+  const int index = static_cast<int>(LOWORD(wParam)) - 1;
+  const WORD code = HIWORD(wParam);
+  if (index < 0 || static_cast<std::size_t>(index) >= m_params.size()) return TRUE;
+  const std::size_t i = static_cast<std::size_t>(index);
+  const tagParamInfoV2& p = m_params[i];
+  tagParamControls* c = i < m_controls.size() ? m_controls[i] : nullptr;
+  const HWND from = reinterpret_cast<HWND>(lParam);
+  bool acted = false;
+  // Only the entry's own control counts: after a removal the list may hold
+  // another kind at this index until the rebuild has run.
+  if (code == BN_CLICKED && p.eType == ePT_Bool && c && p.pValue && from == c->check.m_hWnd) {
+    // A manual check box: the click only asks, the variable decides.
+    *intOf(p) = c->check.SendMessage(BM_GETCHECK) == 0 ? 1 : 0;
+    c->check.SendMessage(BM_SETCHECK, static_cast<WPARAM>(*intOf(p)));
+    acted = true;
+  } else if (code == CBN_SELCHANGE && p.eType == ePT_List && c && p.pValue && from == c->list.m_hWnd) {
+    const int sel = static_cast<int>(c->list.SendMessage(CB_GETCURSEL));
+    if (sel < 0 || sel >= p.nChoices) return FALSE;
+    *intOf(p) = TruncToInt(p.pChoices[sel].dValue);
+    acted = true;
+  }
+  if (acted) {
+    m_bDirty = TRUE;
+    OnParamChangeNotify(index);
+  }
+  return CWnd::OnCommand(wParam, lParam);
+}
+
+BOOL CDlgParamTune::OnNotify(WPARAM wParam, LPARAM lParam, LRESULT* pResult) {
+  CSingleLock lock(&m_lock, TRUE);
+  const auto* header = reinterpret_cast<const NMHDR*>(lParam);
+  if (header && header->code == TCN_SELCHANGE) ShowGroup(m_tab.GetCurSel());
+  return CWnd::OnNotify(wParam, lParam, pResult);
+}
+
+void CDlgParamTune::OnParamChangeNotify(int nIndex) {
+  CSingleLock lock(&m_lock, TRUE);
+  const std::size_t i = static_cast<std::size_t>(nIndex);
+  if (nIndex < 0 || i >= m_params.size() || i >= m_controls.size() || !m_controls[i]) return;
+  const tagParamInfoV2& p = m_params[i];
+  // No timer for a change that nobody wants to hear of.
+  if (!p.pfnNotify && !m_pfnNotify) return;
+  UINT elapse = kDefaultElapseMs;
+  if (m_pfnElapse)
+    elapse = m_pfnElapse(m_pElapseContext, p.pValue);
+  else if (m_pNotify)
+    elapse = m_pNotify->GetParamNotifyElapse(p.pValue);
+  tagParamControls* c = m_controls[i];
+  if (c->notifyTimer) KillTimer(c->notifyTimer);
+  c->notifyTimer = SetTimer(i + 1, elapse);
+}
+
+void CDlgParamTune::OnTimer(UINT nIDEvent) {
+  CSingleLock lock(&m_lock, TRUE);
+  if (nIDEvent == m_updateTimer) {
+    UpdateInterface();
+  } else {
+    const std::size_t i = static_cast<std::size_t>(nIDEvent) - 1;
+    if (nIDEvent > 0 && i < m_controls.size() && i < m_params.size() && m_controls[i]) {
+      KillTimer(m_controls[i]->notifyTimer);
+      m_controls[i]->notifyTimer = 0;
+      OnParamChanged(static_cast<int>(i));
+    }
+  }
+  Default();
+}
+
+void CDlgParamTune::OnParamChanged(int nIndex) {
+  CSingleLock lock(&m_lock, TRUE);
+  const std::size_t i = static_cast<std::size_t>(nIndex);
+  if (nIndex < 0 || i >= m_params.size()) return;
+  // Copied first: a callback may change the list.
+  const PFN_PARAM_NOTIFY own = m_params[i].pfnNotify;
+  void* const context = m_params[i].pNotifyContext;
+  void* const value = m_params[i].pValue;
+  if (own) own(context, value);
+  if (m_pfnNotify) m_pfnNotify(m_pNotifyContext, value);
+}
+
+LRESULT CDlgParamTune::WindowProc(UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == WM_REBUILD_PARAMS) {
+    Create(reinterpret_cast<PFN_PARAM_NOTIFY>(wParam), reinterpret_cast<void*>(lParam));
+    return 1;
+  }
+  return CWnd::WindowProc(message, wParam, lParam);
+}
+
+BOOL CDlgParamTune::PreTranslateMessage(MSG* pMsg) {
+  // Messages of the controls pass here too, and WM_USER + 1 means something
+  // else to a slider: only the dialog's own counts.
+  if (pMsg && pMsg->message == WM_REBUILD_PARAMS && pMsg->hwnd == m_hWnd) {
+    Create(reinterpret_cast<PFN_PARAM_NOTIFY>(pMsg->wParam), reinterpret_cast<void*>(pMsg->lParam));
+    return TRUE;
+  }
+  return CWnd::PreTranslateMessage(pMsg);
+}
+
+void CDlgParamTune::OnClose() {
+  CSingleLock lock(&m_lock, TRUE);
+  Default();
+}
+
+void CDlgParamTune::OnDestroy() {
+  CSingleLock lock(&m_lock, TRUE);
+  if (m_updateTimer) {
+    KillTimer(m_updateTimer);
+    m_updateTimer = 0;
+  }
+  UnregisterToolWindow(m_hWnd);
+  CWnd::OnDestroy();
+}
+
+void CDlgParamTune::Destroy() {
+  CSingleLock lock(&m_lock, TRUE);
+  DestroyWindow();
+}
+
+int CDlgParamTune::IsDirty() { return m_bDirty; }
+
+void CDlgParamTune::ShowWindow() {
+  if (!::IsWindow(m_hWnd)) Create(m_pfnNotify, m_pNotifyContext);
+  CWnd::ShowWindow(SW_SHOWNORMAL);
+}
+
+int CDlgParamTune::ShowWindow(int nCmdShow) { return CWnd::ShowWindow(nCmdShow); }
+
+void CDlgParamTune::HideWindow() {
+  if (::IsWindow(m_hWnd)) CWnd::ShowWindow(SW_HIDE);
+}
+
+int CDlgParamTune::IsWindowVisible() const { return m_hWnd ? ::IsWindowVisible(m_hWnd) : FALSE; }
+
+// ---- value files ---------------------------------------------------------------------
+
+LONG CDlgParamTune::SaveParamValues(const char* pszPath) {
+  CSingleLock lock(&m_lock, TRUE);
+  if (!pszPath) return E_FAIL;
+  SetCurrentDirectoryW(COrvekGlobals::GetApplicationPath());
+  CStringW fullPath;
+  {
+    CFile file;
+    CFileException error;
+    if (!file.Open(pszPath, CFile::modeCreate | CFile::modeWrite, &error)) return E_FAIL;
+    file.Write(kFileHead, kFileHeadSize);
+    fullPath = file.GetFilePath();
+    file.Close();
+  }
+  CIniFile ini;
+  ini.Create(CStringA(fullPath).GetString(), 1, 0);
+  CStringW section(kNoGroupSection);
+  for (const tagParamInfoV2& p : m_params) {
+    if (p.eType == ePT_Group) {
+      section = p.pszName;
+      continue;
+    }
+    if (!p.pValue) continue;
+    switch (p.eType) {
+      case ePT_Float:
+        ini.WriteParam(section.GetString(), p.pszName, floatOf(p));
+        break;
+      case ePT_Bool:
+      case ePT_Int:
+      case ePT_List:
+        ini.WriteParam(section.GetString(), p.pszName, intOf(p));
+        break;
+      default:
+        break;
+    }
+  }
+  m_bDirty = FALSE;
+  ini.Close();
+  return S_OK;
+}
+
+LONG CDlgParamTune::SaveParamValues(const wchar_t* pszPath) {
+  if (!pszPath) return E_FAIL;
+  return SaveParamValues(CStringA(pszPath).GetString());
+}
+
+LONG CDlgParamTune::LoadParamValues(const char* pszPath) {
+  CSingleLock lock(&m_lock, TRUE);
+  if (!pszPath) return S_OK;
+  CIniFile ini;
+  ini.Create(pszPath, 0, 0);
+  CStringW section(kNoGroupSection);
+  // By index, with the entry copied: a callback may change the list.
+  for (std::size_t i = 0; i < m_params.size(); ++i) {
+    const tagParamInfoV2 p = m_params[i];
+    if (p.eType == ePT_Group) {
+      section = p.pszName;
+      continue;
+    }
+    if (!p.pValue) continue;
+    bool changed = false;
+    if (p.eType == ePT_Float) {
+      float read = 0.0f;
+      if (ini.ReadParam(section.GetString(), p.pszName, &read) == S_OK && !(read == *floatOf(p))) {
+        *floatOf(p) = read;
+        changed = true;
+      }
+    } else if (p.eType == ePT_Bool || p.eType == ePT_Int || p.eType == ePT_List) {
+      int read = 0;
+      if (ini.ReadParam(section.GetString(), p.pszName, &read) == S_OK && read != *intOf(p)) {
+        *intOf(p) = read;
+        changed = true;
+      }
+    }
+    if (changed) OnParamChanged(static_cast<int>(i));
+  }
+  ini.Close();
+  return S_OK;
+}
+
+LONG CDlgParamTune::LoadParamValues(const wchar_t* pszPath) {
+  if (!pszPath) return S_OK;
+  return LoadParamValues(CStringA(pszPath).GetString());
+}
