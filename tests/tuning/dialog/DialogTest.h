@@ -42,12 +42,14 @@ class TestDlg : public CDlgParamTune {
   tagParamControls& C(std::size_t i) { return *m_controls.at(i); }
 
   std::atomic<int> builds{0};
-  std::thread::id buildThread;
+  // Builds that ran on a thread other than the one that made the object.
+  std::atomic<int> foreignBuilds{0};
+  const std::thread::id owner = std::this_thread::get_id();
 
  protected:
   void UpdateWindowRectCaption(int nColumns, int nRows, int nGroups, int* pnOffsetX, int* pnOffsetY) override {
     ++builds;
-    buildThread = std::this_thread::get_id();
+    if (std::this_thread::get_id() != owner) ++foreignBuilds;
     CDlgParamTune::UpdateWindowRectCaption(nColumns, nRows, nGroups, pnOffsetX, pnOffsetY);
   }
 };
