@@ -82,6 +82,7 @@ void CDlgParamTune::CreateEmpty(CDlgParamTuneNotify* pNotify) {
 }
 
 void CDlgParamTune::AddParam(tagParamInfoV2* pInfo) {
+  if (!pInfo) return;
   CSingleLock lock(&m_lock, TRUE);
   m_params.push_back(*pInfo);
   SaveParamInfo();
@@ -289,19 +290,20 @@ void CDlgParamTune::ShowGroup(int nGroup) {
   for (std::size_t i = 0; i < n; ++i) {
     tagParamControls* c = m_controls[i];
     const int cmd = shown ? SW_SHOWNORMAL : SW_HIDE;
+    if (!c && m_params[i].eType != ePT_Group) continue;
     switch (m_params[i].eType) {
       case ePT_Float:
       case ePT_Int:
-        c->slider.CWnd::ShowWindow(cmd);
-        c->valueText.CWnd::ShowWindow(cmd);
-        c->label.CWnd::ShowWindow(cmd);
+        c->slider.ShowWindow(cmd);
+        c->valueText.ShowWindow(cmd);
+        c->label.ShowWindow(cmd);
         break;
       case ePT_Bool:
-        c->check.CWnd::ShowWindow(cmd);
+        c->check.ShowWindow(cmd);
         break;
       case ePT_List:
-        c->label.CWnd::ShowWindow(cmd);
-        c->list.CWnd::ShowWindow(cmd);
+        c->label.ShowWindow(cmd);
+        c->list.ShowWindow(cmd);
         break;
       case ePT_Group:
         // A header in first place opens page 0 and changes nothing.
@@ -320,7 +322,7 @@ void CDlgParamTune::UpdateInterface() {
   for (std::size_t i = 0; i < n; ++i) {
     const tagParamInfoV2& p = m_params[i];
     tagParamControls* c = m_controls[i];
-    if (!p.pValue) continue;
+    if (!c || !p.pValue) continue;
     switch (p.eType) {
       case ePT_Float: {
         if (focus == &c->slider) break;
