@@ -12,3 +12,6 @@
 #include <orvek/platform/gfx/GraphicsSession.h>
 
 #include <orvek/frame/OrvekGlobals.h>
+
+#include <orvek/tables/TableArrayDrawer.h>
+#include <orvek/tables/TableDrawer.h>
