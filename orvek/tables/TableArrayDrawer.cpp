@@ -143,6 +143,7 @@ void CTableArrayDrawer::FormColumn(std::vector<tagItemInfo>* column, int* pTable
     // and its first data line fit below a gap. A table without lines shows
     // its name and titles and is passed over; the one behind it gets the same
     // test, so that no table goes on under the titles of another.
+    if (y > height) break;  // titles of a table without lines that do not fit
     if (++*pTable >= count) break;
     const int nameTop = y + TABLE_GAP;
     const int nameBottom = nameTop + GetMaxItemHeight(*pTable, LINE_NAME);
@@ -180,14 +181,15 @@ void CTableArrayDrawer::CalcLayout(float scale, int* pPages, int* pLastRight, in
 
     // Fit the column into the width that is left. Only a table that widens
     // the column needs the test; a table that does not fit cuts the column
-    // before it and starts the next column.
+    // before it and starts the next column. The first table is always
+    // tested, so that columns of zero width do not march off the page.
     const int pageWidth = rect.right - rect.left;
     int colWidth = 0;
     for (std::size_t first = 0; first < column.size();) {
       const std::size_t end = TableRunEnd(column, first);
       const int t = column[first].nTable;
       const int w = std::max(GetTableWidth(&column, t), GetTableNameWidth(&column, t));
-      if (w > colWidth) {
+      if (w > colWidth || first == 0) {
         if (x + w > pageWidth) {
           table = t;
           line = 0;
