@@ -74,4 +74,10 @@ class ORVEK_API CTableArrayDrawer {
   std::vector<std::vector<tagItemInfo>> m_Pages;   // items of each page of the last layout
   std::vector<tagRECT> m_PageRects;                // set by SetPageRects
   int m_bRepeatNames;                              // last bRepeatNames of CalcLayout
+
+ private:
+  // FormColumn that also hands back the width of each item it places, one
+  // entry per item, from the same MeasureItem answers that gave the heights.
+  void formColumn(std::vector<tagItemInfo>* column, std::vector<int>* cellWidths, int* pTable, int* pLine,
+                  int height, int bFirstOnPage, int bRepeatNames);
 };

@@ -164,18 +164,46 @@ TEST(TableArrayLayout, CentringInTheColumn) {
   // A data cell wider than the rest widens its column only where it stands.
   TestArray w;
   w.SetPage(400, 77);
-  struct Wide : FixedTable {
-    using FixedTable::FixedTable;
-    void MeasureItem(int line, int column, tagSIZE* size) override {
-      FixedTable::MeasureItem(line, column, size);
-      if (line == 7 && column == 1) size->cx = 50;
-    }
-  } wide(12, {30, 30});
+  WideCellTable wide(12, 7);
   w.m_Tables = {&wide};
   w.Layout(&right);
   EXPECT_EQ(w.Find(0, 0, 4, 1)->rcItem.right, 60);
   EXPECT_TRUE(SameRect(w.Find(0, 0, 7, 1)->rcItem, 110, 32, 160, 42));
   EXPECT_EQ(right, 240);  // 0..60, 80..160, 180..240
+}
+
+TEST(TableArrayLayout, ColumnsAndTheirMeasures) {
+  WideCellTable t(12, 7);
+  FixedTable other(3, {30});
+  TestArray a;
+  a.m_Tables = {&t, &other};
+  std::vector<CTableArrayDrawer::tagItemInfo> column;
+  int table = 0, line = 0;
+  a.FormColumn(&column, &table, &line, 77, 1, 1);
+  EXPECT_EQ(column.size(), 13u);  // name, 2 titles, lines 0..4
+  EXPECT_EQ(table, 0);
+  EXPECT_EQ(line, 5);
+  EXPECT_EQ(a.GetMaxTableColumnWidth(&column, 0, 1), 30);
+  EXPECT_EQ(a.GetTableNameWidth(&column, 0), 40);
+  EXPECT_EQ(a.GetTableWidth(&column, 0), 60);
+  EXPECT_EQ(a.GetMaxTableColumnWidth(&column, 1, 0), 0);  // not in this column
+
+  a.FormColumn(&column, &table, &line, 77, 0, 1);  // lines 5..10, no name
+  EXPECT_EQ(column.front().nLine, CTableDrawer::LINE_HEADER);
+  EXPECT_EQ(line, 11);
+  EXPECT_EQ(a.GetTableNameWidth(&column, 0), 0);
+  EXPECT_EQ(a.GetMaxTableColumnWidth(&column, 0, 1), 50);
+  EXPECT_EQ(a.GetTableWidth(&column, 0), 80);
+
+  a.PushLineToInfo(&column, 0, 3, 100, 110);
+  ASSERT_EQ(column.size(), 16u);
+  EXPECT_EQ(column[15].nColumn, 1);
+  EXPECT_EQ(column[15].nLine, 3);
+  EXPECT_TRUE(SameRect(column[15].rcItem, 0, 100, 0, 110));
+
+  table = 2;  // beyond the tables: the column is left alone
+  a.FormColumn(&column, &table, &line, 77, 0, 1);
+  EXPECT_EQ(column.size(), 16u);
 }
 
 TEST(TableArrayLayout, TablesWithoutLinesNeverHang) {

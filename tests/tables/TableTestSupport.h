@@ -48,6 +48,16 @@ class FixedTable : public CTableDrawer {
   std::vector<Drawn> drawn;
 };
 
+// A FixedTable whose cell (wideLine, column 1) is 50 wide.
+struct WideCellTable : FixedTable {
+  WideCellTable(int lines, int wide) : FixedTable(lines, {30, 30}), wideLine(wide) {}
+  void MeasureItem(int line, int column, tagSIZE* size) override {
+    FixedTable::MeasureItem(line, column, size);
+    if (line == wideLine && column == 1) size->cx = 50;
+  }
+  int wideLine;
+};
+
 // Opens the protected interface of the layout to the tests.
 class TestArray : public CTableArrayDrawer {
  public:
@@ -56,6 +66,10 @@ class TestArray : public CTableArrayDrawer {
   using CTableArrayDrawer::DrawTableArray;
   using CTableArrayDrawer::FormColumn;
   using CTableArrayDrawer::GetMaxItemHeight;
+  using CTableArrayDrawer::GetMaxTableColumnWidth;
+  using CTableArrayDrawer::GetTableNameWidth;
+  using CTableArrayDrawer::GetTableWidth;
+  using CTableArrayDrawer::PushLineToInfo;
   using CTableArrayDrawer::GetPageRect;
   using CTableArrayDrawer::m_Pages;
   using CTableArrayDrawer::m_Tables;
