@@ -218,7 +218,6 @@ void CTableArrayDrawer::formColumn(std::vector<tagItemInfo>* column, std::vector
       break;
     }
     column->push_back(tagItemInfo{*pTable, 0, LINE_NAME, tagRECT{0, nameTop, 0, nameBottom}});
-    keepInStep();
     PushLineToInfo(column, *pTable, LINE_HEADER, nameBottom, headerBottom);
     keepInStep();
     y = headerBottom;

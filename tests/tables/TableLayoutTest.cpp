@@ -130,18 +130,19 @@ TEST(TableArrayLayout, ColumnsPagesAndNames) {
 
 TEST(TableArrayLayout, NextTableStartsWhereItsFirstLineFits) {
   FixedTable first(2, {30, 30}), next(3, {30});
+  next.headerExtra = 25;  // its titles are wider than its lines
   TestArray a;
   a.m_Tables = {&first, &next};
   // first ends at 47; next: name 67..82, titles 82..94, line 0 94..104.
   a.SetPage(200, 104);
   a.Layout();
-  EXPECT_TRUE(SameRect(a.Find(0, 1, CTableDrawer::LINE_NAME)->rcItem, 10, 67, 50, 82));
-  EXPECT_TRUE(SameRect(a.Find(0, 1, 0)->rcItem, 15, 94, 45, 104));
+  EXPECT_TRUE(SameRect(a.Find(0, 1, CTableDrawer::LINE_NAME)->rcItem, 2, 67, 57, 82));
+  EXPECT_TRUE(SameRect(a.Find(0, 1, 0)->rcItem, 2, 94, 57, 104));
   EXPECT_EQ(a.Find(0, 1, 1)->rcItem.left, 80);  // the rest in the next column
 
   a.SetPage(200, 103);
   a.Layout();
-  EXPECT_TRUE(SameRect(a.Find(0, 1, CTableDrawer::LINE_NAME)->rcItem, 80, 0, 120, 15));
+  EXPECT_TRUE(SameRect(a.Find(0, 1, CTableDrawer::LINE_NAME)->rcItem, 80, 0, 135, 15));
   EXPECT_EQ(a.DataLines(0).size(), 5u);
 }
 
@@ -256,6 +257,7 @@ TEST(TableArrayLayout, RandomLayoutsKeepTheirPromises) {
       tables.emplace_back(pick(0, 40), widths, pick(0, 20));
       tables.back().nameW = pick(0, 120);
       tables.back().nameH = pick(0, 20);
+      tables.back().headerExtra = pick(0, 2) * pick(0, 30);
     }
     TestArray a;
     for (auto& t : tables) a.m_Tables.push_back(&t);
@@ -270,7 +272,7 @@ TEST(TableArrayLayout, RandomLayoutsKeepTheirPromises) {
     bool allFit = true;
     for (auto& t : tables) {
       int sum = 0;
-      for (int w : t.colW) sum += w;
+      for (int w : t.colW) sum += w + t.headerExtra;
       const int titles = t.nameH + (t.colW.empty() ? 0 : t.headerH);
       const int lineH = t.colW.empty() ? 0 : t.lineH;
       allFit = allFit && std::max(sum, t.nameW) <= last.right - last.left &&
@@ -290,6 +292,9 @@ TEST(TableArrayLayout, RandomLayoutsKeepTheirPromises) {
       tagRECT page;
       a.GetPageRect(p, &page);
       for (auto& item : a.m_Pages[static_cast<std::size_t>(p)]) {
+        tagSIZE need;  // no cell is narrower than what it holds
+        tables[static_cast<std::size_t>(item.nTable)].MeasureItem(item.nLine, item.nColumn, &need);
+        EXPECT_GE(item.rcItem.right - item.rcItem.left, need.cx) << "round " << round;
         EXPECT_GE(item.rcItem.left, 0);
         EXPECT_LE(item.rcItem.right, page.right - page.left);
         EXPECT_LE(item.rcItem.bottom, page.bottom - page.top);

@@ -8,7 +8,8 @@
 // A table of fixed cell sizes that records what the layout asks of it.
 // Names are nameW x nameH (measured in column 0; other columns report a
 // width the layout must never use), titles colW[c] x headerH, data cells
-// colW[c] x lineH, or lineHeights[line] where given.
+// colW[c] x lineH, or lineHeights[line] where given. Titles are headerExtra
+// wider than the data cells.
 class FixedTable : public CTableDrawer {
  public:
   struct Drawn {
@@ -29,7 +30,7 @@ class FixedTable : public CTableDrawer {
       size->cy = nameH;
       return;
     }
-    size->cx = colW.at(static_cast<std::size_t>(column));
+    size->cx = colW.at(static_cast<std::size_t>(column)) + (line == LINE_HEADER ? headerExtra : 0);
     auto it = lineHeights.find(line);
     size->cy = line == LINE_HEADER ? headerH : it != lineHeights.end() ? it->second : lineH;
   }
@@ -42,7 +43,7 @@ class FixedTable : public CTableDrawer {
 
   std::vector<int> colW;
   int lineH;
-  int headerH = 12, nameH = 15, nameW = 40;
+  int headerH = 12, nameH = 15, nameW = 40, headerExtra = 0;
   std::map<int, int> lineHeights;
   int measured = 0, pageBreaks = 0, scaleCalls = 0;
   std::vector<Drawn> drawn;
