@@ -11,7 +11,9 @@ constexpr int LINE_HEADER = CTableDrawer::LINE_HEADER;
 constexpr int LINE_NAME = CTableDrawer::LINE_NAME;
 constexpr int LINE_NAME_CONTINUED = CTableDrawer::LINE_NAME_CONTINUED;
 
-using ItemList = std::vector<CTableArrayDrawer::tagItemInfo>;
+using ItemInfo = CTableArrayDrawer::tagItemInfo;
+using ItemList = std::vector<ItemInfo>;
+using TableList = std::vector<CTableDrawer*>;
 
 bool IsNameLine(int line) { return line == LINE_NAME || line == LINE_NAME_CONTINUED; }
 
@@ -23,57 +25,212 @@ std::size_t TableRunEnd(const ItemList& items, std::size_t first) {
   return end;
 }
 
-// The tallest cell of one line over the given columns; with widths given,
-// the width of each cell is appended to it.
-int CellsHeight(CTableDrawer* t, int columns, int line, std::vector<int>* widths) {
+// The tallest cell of one line over the given columns; with cellWidths
+// given, it receives the width of each cell.
+int CellsHeight(CTableDrawer* t, int columns, int line, int* cellWidths) {
   tagSIZE size;
   int h = 0;
   for (int c = 0; c < columns; ++c) {
     t->MeasureItem(line, c, &size);
     h = std::max(h, static_cast<int>(size.cy));
-    if (widths) widths->push_back(size.cx);
+    if (cellWidths) cellWidths[c] = size.cx;
   }
   return h;
 }
 
-// The height of a line as GetMaxItemHeight gives it. With widths given, the
-// widths of the items the line places are appended: for a name line its
-// column 0 cell, for other lines one per column.
-int MeasureLine(CTableDrawer* t, int line, std::vector<int>* widths) {
+// The height of a line as GetMaxItemHeight gives it. A name line is measured
+// in column 0 for its width (nameWidth) and in every column for its height;
+// the cells of other lines give their widths to cellWidths.
+int MeasureLine(CTableDrawer* t, int line, int columns, int* cellWidths, int* nameWidth) {
   if (!t) return 0;
   int h = 0;
   if (IsNameLine(line)) {
     tagSIZE size;
     t->MeasureItem(line, 0, &size);
     h = size.cy;
-    if (widths) widths->push_back(size.cx);
-    widths = nullptr;  // the other cells of a name line only give height
+    if (nameWidth) *nameWidth = size.cx;
+    cellWidths = nullptr;
   }
   if (line >= t->GetLineCount()) return 0;
-  return std::max(h, CellsHeight(t, t->GetColumnCount(), line, widths));
+  return std::max(h, CellsHeight(t, columns, line, cellWidths));
 }
 
-// Appends one item per table column for one line, filled in place: this
-// runs for every cell of every layout tried.
-void AppendLine(ItemList* column, int table, int columns, int line, int top, int bottom) {
-  for (int c = 0; c < columns; ++c) {
-    CTableArrayDrawer::tagItemInfo& item = column->emplace_back();
-    item.nTable = table;
-    item.nColumn = c;
-    item.nLine = line;
-    item.rcItem.top = top;
-    item.rcItem.bottom = bottom;
+int ColumnCount(CTableDrawer* t) { return t ? std::max(0, t->GetColumnCount()) : 0; }
+
+// One column of a page as the layout forms it: for each table in it, its
+// name and title lines, the range of data lines and the widest cell of each
+// table column. The cells themselves become items only for a layout that is
+// kept; the search over orders needs no more than this.
+struct ColumnPlan {
+  struct Run {
+    int table;
+    int columns;
+    int nameLine;  // 0: none
+    int nameTop, nameBottom, nameWidth;
+    int headerTop, headerBottom;
+    int firstLine, lines;  // data lines firstLine .. firstLine + lines - 1
+    std::size_t widths;    // where its column widths start in ColumnPlan::widths
+    std::size_t bottoms;   // where its line bottoms start in ColumnPlan::bottoms
+    int sum, width;        // sum of the column widths; the greater of that and the name
+    // The items it stands for: a name, and titles and lines in each column.
+    bool HasItems() const { return nameLine != 0 || columns > 0; }
+    bool HasData() const { return lines > 0 && columns > 0; }
+  };
+
+  std::vector<Run> runs;
+  std::vector<int> widths;   // per run and table column, the widest cell
+  std::vector<int> bottoms;  // per run and data line, its bottom (kept only when asked)
+  std::vector<int> cells, lefts;
+
+  void Clear() {
+    runs.clear();
+    widths.clear();
+    bottoms.clear();
+  }
+  Run& Open(int table, int columns) {
+    runs.push_back(Run{table, columns, 0, 0, 0, 0, 0, 0, 0, 0, widths.size(), bottoms.size(), 0, 0});
+    widths.resize(widths.size() + static_cast<std::size_t>(columns), 0);
+    return runs.back();
+  }
+  void CutBefore(std::size_t run) {
+    if (run >= runs.size()) return;
+    widths.resize(runs[run].widths);
+    bottoms.resize(runs[run].bottoms);
+    runs.resize(run);
+  }
+  bool HasItems() const {
+    return std::any_of(runs.begin(), runs.end(), [](const Run& r) { return r.HasItems(); });
+  }
+  bool HasData() const {
+    return std::any_of(runs.begin(), runs.end(), [](const Run& r) { return r.HasData(); });
+  }
+};
+
+// The column-forming steps of FormColumn on a plan. The caller has checked
+// that *pTable names a table.
+void PlanColumn(const TableList& tables, ColumnPlan* plan, int* pTable, int* pLine, int height, int bFirstOnPage,
+                int bRepeatNames, bool keepBottoms) {
+  using Run = ColumnPlan::Run;
+  const int count = static_cast<int>(tables.size());
+  plan->Clear();
+  const int firstTable = *pTable;
+
+  // A table that goes on in a further column of the same page shows no name;
+  // on a new page it shows the continued name if names repeat.
+  int nameLine = 0;
+  if (*pLine == 0)
+    nameLine = LINE_NAME;
+  else if (bFirstOnPage && bRepeatNames)
+    nameLine = LINE_NAME_CONTINUED;
+  CTableDrawer* t = tables[static_cast<std::size_t>(*pTable)];
+  {
+    Run& run = plan->Open(*pTable, ColumnCount(t));
+    int y = 0;
+    if (nameLine != 0) {
+      run.nameLine = nameLine;
+      run.nameBottom = y = MeasureLine(t, nameLine, run.columns, nullptr, &run.nameWidth);
+    }
+    // Every column starts with the column titles.
+    run.headerTop = y;
+    run.headerBottom = y + MeasureLine(t, LINE_HEADER, run.columns, plan->widths.data() + run.widths, nullptr);
+    run.firstLine = *pLine;
+  }
+  int y = plan->runs.back().headerBottom;
+
+  for (;;) {
+    Run& run = plan->runs.back();
+    t = tables[static_cast<std::size_t>(*pTable)];
+    const int lines = t ? t->GetLineCount() : 0;
+    plan->cells.resize(static_cast<std::size_t>(run.columns));
+    int* widths = plan->widths.data() + run.widths;
+    // The test for the end of a table comes first, so that a table without
+    // lines is finished at once instead of adding lines of height 0 forever.
+    while (*pLine < lines && y < height) {
+      const int h = CellsHeight(t, run.columns, *pLine, plan->cells.data());
+      if (y + h > height) break;  // a line that ends exactly at the height fits
+      for (int c = 0; c < run.columns; ++c) widths[c] = std::max(widths[c], plan->cells[static_cast<std::size_t>(c)]);
+      y += h;
+      if (keepBottoms) plan->bottoms.push_back(y);
+      ++run.lines;
+      ++*pLine;
+    }
+    if (*pLine < lines) break;  // the column is full
+
+    // The table is finished: the next one starts here if its name, its titles
+    // and its first data line fit below a gap. A table without lines shows
+    // its name and titles and is passed over; the one behind it gets the same
+    // test, so that no table goes on under the titles of another.
+    if (y > height) break;  // titles of a table without lines that do not fit
+    if (++*pTable >= count) break;
+    CTableDrawer* next = tables[static_cast<std::size_t>(*pTable)];
+    const int columns = ColumnCount(next);
+    plan->cells.resize(static_cast<std::size_t>(columns));
+    int nameWidth = 0;
+    const int nameTop = y + CTableArrayDrawer::TABLE_GAP;
+    const int nameBottom = nameTop + MeasureLine(next, LINE_NAME, columns, nullptr, &nameWidth);
+    const int headerBottom = nameBottom + MeasureLine(next, LINE_HEADER, columns, plan->cells.data(), nullptr);
+    const int firstLineBottom = headerBottom + MeasureLine(next, 0, columns, nullptr, nullptr);
+    *pLine = 0;
+    if (firstLineBottom > height) break;
+    Run& started = plan->Open(*pTable, columns);
+    started.nameLine = LINE_NAME;
+    started.nameTop = nameTop;
+    started.nameBottom = nameBottom;
+    started.nameWidth = nameWidth;
+    started.headerTop = nameBottom;
+    started.headerBottom = headerBottom;
+    std::copy(plan->cells.begin(), plan->cells.end(), plan->widths.begin() + static_cast<std::ptrdiff_t>(started.widths));
+    y = headerBottom;
+  }
+
+  // A column of titles only is no column, unless it finished a table without
+  // lines. The caller may then try the same place again.
+  if (!plan->HasData() && *pTable == firstTable) plan->Clear();
+}
+
+// Appends the items of a plan in layout order: per table its name, its
+// titles, then its lines, each line one item per column. With place set the
+// items get their horizontal positions in the strip x .. x + colWidth
+// (sum and width of the runs filled in), otherwise left and right stay 0.
+void EmitItems(ColumnPlan* plan, ItemList* out, bool place, int x, int colWidth) {
+  for (const ColumnPlan::Run& run : plan->runs) {
+    const int* widths = plan->widths.data() + run.widths;
+    plan->lefts.assign(static_cast<std::size_t>(run.columns), 0);
+    int nameLeft = 0, nameRight = 0;
+    if (place) {
+      // Centred in the strip: the name on the wider of name and columns,
+      // the columns on their own sum.
+      nameLeft = x + (colWidth - run.width) / 2;
+      nameRight = nameLeft + run.width;
+      int cx = x + (colWidth - run.sum) / 2;
+      for (int c = 0; c < run.columns; ++c) {
+        plan->lefts[static_cast<std::size_t>(c)] = cx;
+        cx += widths[c];
+      }
+    }
+    if (run.nameLine != 0)
+      out->push_back(ItemInfo{run.table, 0, run.nameLine, tagRECT{nameLeft, run.nameTop, nameRight, run.nameBottom}});
+    auto line = [&](int nLine, int top, int bottom) {
+      for (int c = 0; c < run.columns; ++c) {
+        ItemInfo& item = out->emplace_back();
+        item.nTable = run.table;
+        item.nColumn = c;
+        item.nLine = nLine;
+        item.rcItem.left = plan->lefts[static_cast<std::size_t>(c)];
+        item.rcItem.right = place ? item.rcItem.left + widths[c] : 0;
+        item.rcItem.top = top;
+        item.rcItem.bottom = bottom;
+      }
+    };
+    line(LINE_HEADER, run.headerTop, run.headerBottom);
+    int top = run.headerBottom;
+    for (int i = 0; i < run.lines; ++i) {
+      const int bottom = plan->bottoms[run.bottoms + static_cast<std::size_t>(i)];
+      line(run.firstLine + i, top, bottom);
+      top = bottom;
+    }
   }
 }
-
-// The items of one table in a column being placed, with their widths.
-struct Run {
-  std::size_t first, end;  // the items
-  std::size_t offset;      // where the widths of its table columns start
-  int columns;             // table columns
-  int sum;                 // sum of the column widths
-  int width;               // the greater of sum and name width
-};
 
 }  // namespace
 
@@ -97,7 +254,8 @@ void CTableArrayDrawer::GetPageRect(int page, tagRECT* rect) {
 
 int CTableArrayDrawer::GetMaxItemHeight(int table, int line) {
   if (table < 0 || table >= static_cast<int>(m_Tables.size())) return 0;
-  return MeasureLine(m_Tables[static_cast<std::size_t>(table)], line, nullptr);
+  CTableDrawer* t = m_Tables[static_cast<std::size_t>(table)];
+  return t ? MeasureLine(t, line, t->GetColumnCount(), nullptr, nullptr) : 0;
 }
 
 int CTableArrayDrawer::GetMaxTableColumnWidth(std::vector<tagItemInfo>* column, int table, int tableColumn) {
@@ -136,111 +294,30 @@ int CTableArrayDrawer::GetTableWidth(std::vector<tagItemInfo>* column, int table
 
 void CTableArrayDrawer::PushLineToInfo(std::vector<tagItemInfo>* column, int table, int line, int top, int bottom) {
   if (!column || table < 0 || table >= static_cast<int>(m_Tables.size()) || !m_Tables[table]) return;
-  AppendLine(column, table, m_Tables[table]->GetColumnCount(), line, top, bottom);
+  const int columns = m_Tables[table]->GetColumnCount();
+  for (int c = 0; c < columns; ++c) column->push_back(tagItemInfo{table, c, line, tagRECT{0, top, 0, bottom}});
 }
 
 void CTableArrayDrawer::FormColumn(std::vector<tagItemInfo>* column, int* pTable, int* pLine, int height,
                                    int bFirstOnPage, int bRepeatNames) {
-  formColumn(column, nullptr, pTable, pLine, height, bFirstOnPage, bRepeatNames);
-}
-
-void CTableArrayDrawer::formColumn(std::vector<tagItemInfo>* column, std::vector<int>* cellWidths, int* pTable,
-                                   int* pLine, int height, int bFirstOnPage, int bRepeatNames) {
-  const int count = static_cast<int>(m_Tables.size());
-  if (!column || !pTable || !pLine || *pTable < 0 || *pTable >= count) return;
+  if (!column || !pTable || !pLine || *pTable < 0 || *pTable >= static_cast<int>(m_Tables.size())) return;
+  ColumnPlan plan;
+  PlanColumn(m_Tables, &plan, pTable, pLine, height, bFirstOnPage, bRepeatNames, true);
   column->clear();
-  if (cellWidths) cellWidths->clear();
-  // One width per item, whatever a table reports about its columns.
-  auto keepInStep = [&] {
-    if (cellWidths) cellWidths->resize(column->size());
-  };
-  auto forget = [&](std::size_t mark) {
-    if (cellWidths) cellWidths->resize(mark);
-  };
-  const int firstTable = *pTable;
-
-  // A table that goes on in a further column of the same page shows no name;
-  // on a new page it shows the continued name if names repeat.
-  int nameLine = 0;
-  if (*pLine == 0)
-    nameLine = LINE_NAME;
-  else if (bFirstOnPage && bRepeatNames)
-    nameLine = LINE_NAME_CONTINUED;
-  int y = 0;
-  if (nameLine != 0) {
-    const int h = MeasureLine(m_Tables[static_cast<std::size_t>(*pTable)], nameLine, cellWidths);
-    column->push_back(tagItemInfo{*pTable, 0, nameLine, tagRECT{0, 0, 0, h}});
-    keepInStep();
-    y = h;
-  }
-  // Every column starts with the column titles.
-  const int headerHeight = MeasureLine(m_Tables[static_cast<std::size_t>(*pTable)], LINE_HEADER, cellWidths);
-  PushLineToInfo(column, *pTable, LINE_HEADER, y, y + headerHeight);
-  keepInStep();
-  y += headerHeight;
-
-  for (;;) {
-    // The counts of the current table, asked once per table and not per line.
-    CTableDrawer* t = m_Tables[static_cast<std::size_t>(*pTable)];
-    const int lines = t ? t->GetLineCount() : 0;
-    const int columns = t ? t->GetColumnCount() : 0;
-    // The test for the end of a table comes first, so that a table without
-    // lines is finished at once instead of adding lines of height 0 forever.
-    while (*pLine < lines && y < height) {
-      const std::size_t mark = cellWidths ? cellWidths->size() : 0;
-      const int h = CellsHeight(t, columns, *pLine, cellWidths);
-      if (y + h > height) {  // a line that ends exactly at the height fits
-        forget(mark);
-        break;
-      }
-      AppendLine(column, *pTable, columns, *pLine, y, y + h);
-      keepInStep();
-      y += h;
-      ++*pLine;
-    }
-    if (*pLine < lines) break;  // the column is full
-
-    // The table is finished: the next one starts here if its name, its titles
-    // and its first data line fit below a gap. A table without lines shows
-    // its name and titles and is passed over; the one behind it gets the same
-    // test, so that no table goes on under the titles of another.
-    if (y > height) break;  // titles of a table without lines that do not fit
-    if (++*pTable >= count) break;
-    CTableDrawer* next = m_Tables[static_cast<std::size_t>(*pTable)];
-    const std::size_t mark = cellWidths ? cellWidths->size() : 0;
-    const int nameTop = y + TABLE_GAP;
-    const int nameBottom = nameTop + MeasureLine(next, LINE_NAME, cellWidths);
-    const int headerBottom = nameBottom + MeasureLine(next, LINE_HEADER, cellWidths);
-    const int firstLineBottom = headerBottom + MeasureLine(next, 0, nullptr);
-    *pLine = 0;
-    if (firstLineBottom > height) {
-      forget(mark);
-      break;
-    }
-    column->push_back(tagItemInfo{*pTable, 0, LINE_NAME, tagRECT{0, nameTop, 0, nameBottom}});
-    PushLineToInfo(column, *pTable, LINE_HEADER, nameBottom, headerBottom);
-    keepInStep();
-    y = headerBottom;
-  }
-
-  // A column of titles only is no column, unless it finished a table without
-  // lines. The caller may then try the same place again.
-  const bool hasData =
-      std::any_of(column->begin(), column->end(), [](const tagItemInfo& item) { return item.nLine >= 0; });
-  if (!hasData && *pTable == firstTable) {
-    column->clear();
-    forget(0);
-  }
+  EmitItems(&plan, column, false, 0, 0);
 }
 
 void CTableArrayDrawer::CalcLayout(float scale, int* pPages, int* pLastRight, int bRepeatNames) {
+  layout(scale, pPages, pLastRight, bRepeatNames, true);
+}
+
+void CTableArrayDrawer::layout(float scale, int* pPages, int* pLastRight, int bRepeatNames, bool keepPages) {
   m_bRepeatNames = bRepeatNames;
-  m_Pages.clear();
-  std::vector<tagItemInfo> pageItems, column;
-  std::vector<int> cellWidths;        // width of each item of the column
-  std::vector<Run> runs;              // the tables of the column
-  std::vector<int> colWidths, lefts;  // their table columns, one run after the other
-  int table = 0, line = 0, page = 0, x = 0;
+  if (keepPages) m_Pages.clear();
+  ColumnPlan plan;
+  std::vector<tagItemInfo> pageItems;
+  bool pageUsed = false;  // a column stands on the page
+  int pages = 0, table = 0, line = 0, page = 0, x = 0;
   tagRECT rect;
   GetPageRect(0, &rect);
   if (pLastRight) *pLastRight = 0;
@@ -250,7 +327,7 @@ void CTableArrayDrawer::CalcLayout(float scale, int* pPages, int* pLastRight, in
 
   const int count = static_cast<int>(m_Tables.size());
   while (table < count) {
-    formColumn(&column, &cellWidths, &table, &line, rect.bottom - rect.top, pageItems.empty(), bRepeatNames);
+    PlanColumn(m_Tables, &plan, &table, &line, rect.bottom - rect.top, !pageUsed, bRepeatNames, keepPages);
 
     // Fit the column into the width that is left. A table is as wide as the
     // cells this column holds of it. Only a table that widens the column
@@ -259,88 +336,61 @@ void CTableArrayDrawer::CalcLayout(float scale, int* pPages, int* pLastRight, in
     // columns of zero width do not march off the page.
     const int pageWidth = rect.right - rect.left;
     int colWidth = 0;
-    runs.clear();
-    colWidths.clear();
-    for (std::size_t first = 0; first < column.size();) {
-      const int t = column[first].nTable;
-      Run run{first, first, colWidths.size(), 0, 0, 0};
-      run.columns = m_Tables[static_cast<std::size_t>(t)] ? std::max(0, m_Tables[t]->GetColumnCount()) : 0;
-      colWidths.resize(run.offset + static_cast<std::size_t>(run.columns), 0);
-      int nameWidth = 0;
-      for (; run.end < column.size() && column[run.end].nTable == t; ++run.end) {
-        const tagItemInfo& item = column[run.end];
-        const int w = cellWidths[run.end];
-        if (IsNameLine(item.nLine))
-          nameWidth = std::max(nameWidth, w);
-        else if (item.nColumn >= 0 && item.nColumn < run.columns)
-          colWidths[run.offset + static_cast<std::size_t>(item.nColumn)] =
-              std::max(colWidths[run.offset + static_cast<std::size_t>(item.nColumn)], w);
-      }
-      run.sum = std::accumulate(colWidths.begin() + static_cast<std::ptrdiff_t>(run.offset), colWidths.end(), 0);
-      run.width = std::max(run.sum, nameWidth);
-      if (run.width > colWidth || first == 0) {
+    bool first = true;
+    for (std::size_t r = 0; r < plan.runs.size(); ++r) {
+      ColumnPlan::Run& run = plan.runs[r];
+      if (!run.HasItems()) continue;
+      const auto begin = plan.widths.begin() + static_cast<std::ptrdiff_t>(run.widths);
+      run.sum = std::accumulate(begin, begin + run.columns, 0);
+      run.width = std::max(run.sum, run.nameWidth);
+      if (run.width > colWidth || first) {
         if (x + run.width > pageWidth) {
-          table = t;
+          // The next column starts at this table, with the first data line
+          // that was planned here or behind it.
+          table = run.table;
           line = 0;
-          for (std::size_t k = first; k < column.size(); ++k)
-            if (column[k].nLine >= 0) {
-              line = column[k].nLine;
+          for (std::size_t k = r; k < plan.runs.size(); ++k)
+            if (plan.runs[k].HasData()) {
+              line = plan.runs[k].firstLine;
               break;
             }
-          column.erase(column.begin() + static_cast<std::ptrdiff_t>(first), column.end());
+          plan.CutBefore(r);
           break;
         }
         colWidth = run.width;
       }
-      runs.push_back(run);
-      first = run.end;
+      first = false;
     }
 
-    if (column.empty()) {
+    if (!plan.HasItems()) {
       // Nothing fits beside what the page holds: the page is finished. A
       // fresh page that takes nothing, with no further rectangle to try,
       // ends the layout; that is where a table that fits nowhere stops it.
-      const bool pageWasEmpty = pageItems.empty();
-      m_Pages.push_back(std::move(pageItems));
-      pageItems.clear();
+      if (keepPages) {
+        m_Pages.push_back(std::move(pageItems));
+        pageItems.clear();
+      }
+      ++pages;
       ++page;
-      if (page >= static_cast<int>(m_PageRects.size()) && pageWasEmpty) break;
+      if (page >= static_cast<int>(m_PageRects.size()) && !pageUsed) break;
+      pageUsed = false;
       GetPageRect(page, &rect);
       x = 0;
       continue;
     }
 
-    // Centre each table in the strip: the names on the wider of name and
-    // columns, the columns on their own sum.
-    for (const Run& run : runs) {
-      const int nameLeft = x + (colWidth - run.width) / 2;
-      lefts.resize(static_cast<std::size_t>(run.columns));
-      int cx = x + (colWidth - run.sum) / 2;
-      for (int c = 0; c < run.columns; ++c) {
-        lefts[static_cast<std::size_t>(c)] = cx;
-        cx += colWidths[run.offset + static_cast<std::size_t>(c)];
-      }
-      for (std::size_t k = run.first; k < run.end; ++k) {
-        tagItemInfo& item = column[k];
-        if (IsNameLine(item.nLine)) {
-          item.rcItem.left = nameLeft;
-          item.rcItem.right = nameLeft + run.width;
-        } else if (item.nColumn >= 0 && item.nColumn < run.columns) {
-          item.rcItem.left = lefts[static_cast<std::size_t>(item.nColumn)];
-          item.rcItem.right = item.rcItem.left + colWidths[run.offset + static_cast<std::size_t>(item.nColumn)];
-        }
-      }
-    }
-
+    if (keepPages) EmitItems(&plan, &pageItems, true, x, colWidth);
     const int right = x + colWidth;
     if (pLastRight) *pLastRight = right;
     x = right + TABLE_GAP;
-    pageItems.insert(pageItems.end(), column.begin(), column.end());
-    column.clear();
+    pageUsed = true;
   }
 
-  if (!pageItems.empty()) m_Pages.push_back(std::move(pageItems));
-  if (pPages) *pPages = static_cast<int>(m_Pages.size());
+  if (pageUsed) {
+    if (keepPages) m_Pages.push_back(std::move(pageItems));
+    ++pages;
+  }
+  if (pPages) *pPages = pages;
 }
 
 void CTableArrayDrawer::CalcLayoutOptimal(float scale, int* pPages) {
@@ -354,7 +404,7 @@ void CTableArrayDrawer::CalcLayoutOptimal(float scale, int* pPages) {
   do {
     for (std::size_t k = 0; k < order.size(); ++k) m_Tables[k] = start[static_cast<std::size_t>(order[k])];
     int pages = 0, lastRight = 0;
-    CalcLayout(scale, &pages, &lastRight, 1);
+    layout(scale, &pages, &lastRight, 1, false);
     if (pages < bestPages || (pages == bestPages && lastRight < bestRight)) {
       bestPages = pages;
       bestRight = lastRight;

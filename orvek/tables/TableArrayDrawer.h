@@ -76,8 +76,7 @@ class ORVEK_API CTableArrayDrawer {
   int m_bRepeatNames;                              // last bRepeatNames of CalcLayout
 
  private:
-  // FormColumn that also hands back the width of each item it places, one
-  // entry per item, from the same MeasureItem answers that gave the heights.
-  void formColumn(std::vector<tagItemInfo>* column, std::vector<int>* cellWidths, int* pTable, int* pLine,
-                  int height, int bFirstOnPage, int bRepeatNames);
+  // CalcLayout, optionally without building m_Pages: the search of
+  // CalcLayoutOptimal needs only the page count and the last right edge.
+  void layout(float scale, int* pPages, int* pLastRight, int bRepeatNames, bool keepPages);
 };
