@@ -80,7 +80,7 @@ struct ColumnPlan {
   std::vector<Run> runs;
   std::vector<int> widths;   // per run and table column, the widest cell
   std::vector<int> bottoms;  // per run and data line, its bottom (kept only when asked)
-  std::vector<int> cells, lefts;
+  std::vector<int> cells, lefts;  // scratch: one line's cell widths, one run's column edges
 
   void Clear() {
     runs.clear();

@@ -48,7 +48,7 @@ class ORVEK_API CTableArrayDrawer {
   // their indexes, and keeps the one with the fewest pages, then the smallest
   // right edge of the last column; a tie keeps the earlier order. Leaves
   // m_Tables in that order and its layout in m_Pages. Costs n! layouts but
-  // holds only one order besides the best one.
+  // holds no more than the starting, the present and the best order.
   void CalcLayoutOptimal(float scale, int* pPages);
   // Draws one page of the last layout. A non-null clip is a view into the
   // page: only cells it meets are drawn, relative to its top left corner.
@@ -58,7 +58,8 @@ class ORVEK_API CTableArrayDrawer {
   // in the two the place where the next column starts.
   void FormColumn(std::vector<tagItemInfo>* column, int* pTable, int* pLine, int height, int bFirstOnPage,
                   int bRepeatNames);
-  // Appends one item per column of the table for one line, top to bottom.
+  // Appends one item per column of the table for one line, spanning top to
+  // bottom; left and right stay 0 until the layout places the column.
   void PushLineToInfo(std::vector<tagItemInfo>* column, int table, int line, int top, int bottom);
 
   // Height of one line: the tallest of its cells (name lines: also their

@@ -100,21 +100,6 @@ Outcome BruteForce(const std::vector<CTableDrawer*>& tables, tagRECT page, bool*
   return out;
 }
 
-bool SameItems(const std::vector<std::vector<CTableArrayDrawer::tagItemInfo>>& x,
-               const std::vector<std::vector<CTableArrayDrawer::tagItemInfo>>& y) {
-  if (x.size() != y.size()) return false;
-  for (std::size_t p = 0; p < x.size(); ++p) {
-    if (x[p].size() != y[p].size()) return false;
-    for (std::size_t i = 0; i < x[p].size(); ++i) {
-      const auto &a = x[p][i], &b = y[p][i];
-      if (a.nTable != b.nTable || a.nColumn != b.nColumn || a.nLine != b.nLine ||
-          !SameRect(a.rcItem, b.rcItem.left, b.rcItem.top, b.rcItem.right, b.rcItem.bottom))
-        return false;
-    }
-  }
-  return true;
-}
-
 }  // namespace
 
 TEST(TableArrayOrder, OptimalMatchesEveryOrderTriedUpFront) {
@@ -146,7 +131,7 @@ TEST(TableArrayOrder, OptimalMatchesEveryOrderTriedUpFront) {
     a.CalcLayoutOptimal(2.0f, &pages);
     EXPECT_EQ(pages, expected.pages) << "round " << round;
     EXPECT_EQ(a.m_Tables, expected.order) << "round " << round;
-    EXPECT_TRUE(SameItems(a.m_Pages, expected.layout)) << "round " << round;
+    EXPECT_TRUE(a.m_Pages == expected.layout) << "round " << round;
     EXPECT_FLOAT_EQ(tables[0].ScaleFactor(), 2.0f);
   }
   // The rounds must have exercised each rule, or the comparison proves little.

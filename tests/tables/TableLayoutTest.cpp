@@ -30,7 +30,7 @@ TEST(TableDrawer, DefaultsAndScaleFactor) {
   EXPECT_FLOAT_EQ(copy.ScaleFactor(), 1.5f);
 }
 
-TEST(TableArrayLayout, PageRects) {
+TEST(TableArrayLayout, PageRectsAndEmptyInputs) {
   TestArray a;
   tagRECT r{1, 2, 3, 4};
   a.GetPageRect(0, &r);
@@ -44,10 +44,7 @@ TEST(TableArrayLayout, PageRects) {
   a.SetPageRects(rects, 0);
   a.GetPageRect(1, &r);
   EXPECT_TRUE(SameRect(r, 0, 0, 0, 0));
-}
 
-TEST(TableArrayLayout, EmptyInputs) {
-  TestArray a;
   a.SetPage(200, 77);
   int right = 99;
   EXPECT_EQ(a.Layout(&right), 0);  // no tables

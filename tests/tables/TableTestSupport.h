@@ -102,3 +102,7 @@ class TestArray : public CTableArrayDrawer {
 inline bool SameRect(const tagRECT& a, int l, int t, int r, int b) {
   return a.left == l && a.top == t && a.right == r && a.bottom == b;
 }
+inline bool operator==(const CTableArrayDrawer::tagItemInfo& a, const CTableArrayDrawer::tagItemInfo& b) {
+  return a.nTable == b.nTable && a.nColumn == b.nColumn && a.nLine == b.nLine &&
+         SameRect(a.rcItem, b.rcItem.left, b.rcItem.top, b.rcItem.right, b.rcItem.bottom);
+}
