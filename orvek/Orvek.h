@@ -15,3 +15,6 @@
 
 #include <orvek/tuning/model/ParamRules.h>
 #include <orvek/tuning/model/ParamTypes.h>
+
+#include <orvek/tables/TableArrayDrawer.h>
+#include <orvek/tables/TableDrawer.h>
