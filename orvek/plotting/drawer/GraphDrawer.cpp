@@ -334,7 +334,11 @@ void CGraphDrawer::DrawCurves(Bitmap* pTarget, Bitmap* pBackground, int iFrom, i
   // The strip, kept inside the plot.
   const int clipLeft = static_cast<int>(std::clamp<std::int64_t>(left, X, static_cast<std::int64_t>(X) + W));
   const int clipRight = static_cast<int>(std::clamp<std::int64_t>(right, clipLeft, static_cast<std::int64_t>(X) + W));
-  g.SetClip(Rect(clipLeft, 0, clipRight - clipLeft, H), CombineModeReplace);
+  // A strip that covers the whole bitmap needs no clip, and Qt's thin lines
+  // are quicker without one.
+  const bool whole = clipLeft <= 0 && clipRight >= static_cast<int>(pTarget->GetWidth()) &&
+                     H >= static_cast<int>(pTarget->GetHeight());
+  if (!whole) g.SetClip(Rect(clipLeft, 0, clipRight - clipLeft, H), CombineModeReplace);
   g.DrawImage(pBackground, clipLeft, 0, clipLeft, 0, clipRight - clipLeft, H, UnitPixel);
   if (m_nCurves == 0 || !scaled) return;
   g.SetSmoothingMode(SmoothingModeAntiAlias);
