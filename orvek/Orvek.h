@@ -9,6 +9,7 @@
 #include <orvek/platform/core/Strings.h>
 #include <orvek/platform/core/Sync.h>
 #include <orvek/platform/core/Types.h>
+#include <orvek/platform/gfx/Gdiplus.h>
 #include <orvek/platform/gfx/GraphicsSession.h>
 
 #include <orvek/frame/OrvekGlobals.h>
@@ -18,3 +19,6 @@
 
 #include <orvek/tables/TableArrayDrawer.h>
 #include <orvek/tables/TableDrawer.h>
+
+#include <orvek/plotting/drawer/AxesDrawerBase.h>
+#include <orvek/plotting/drawer/GraphDrawer.h>
