@@ -12,3 +12,9 @@
 #include <orvek/platform/gfx/GraphicsSession.h>
 
 #include <orvek/frame/OrvekGlobals.h>
+
+#include <orvek/signal/CircleBuffer.h>
+#include <orvek/signal/Filters.h>
+#include <orvek/signal/LinInterp.h>
+#include <orvek/signal/ScatteredArray.h>
+#include <orvek/signal/SoftValueChanger.h>
