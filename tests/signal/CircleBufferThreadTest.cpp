@@ -8,13 +8,7 @@
 
 namespace {
 
-// ThreadSanitizer slows every access to the ring tenfold and more; a tenth of
-// the stream still crosses the ring about two hundred times.
-#if defined(__SANITIZE_THREAD__)
-constexpr int kTotal = 1000000;
-#else
 constexpr int kTotal = 10000000;
-#endif
 constexpr int kCapacity = 4096;
 
 // One writer and one reader move a counting sequence of floats (exact up to
