@@ -13,8 +13,9 @@
 namespace {
 
 // The rings hold one and a half blocks, so every other block wraps and is
-// moved in two pieces.
-int Capacity(int block) { return block + block / 2 + 1; }
+// moved in two pieces (and the Boost queue, which keeps one slot free, still
+// fits a block).
+int Capacity(int block) { return block + block / 2; }
 
 struct Blocks {
   explicit Blocks(int n) : src(static_cast<std::size_t>(n)), dst(static_cast<std::size_t>(n)) {

@@ -150,6 +150,46 @@ LONG CMedFilter<T>::Create(int nSize) {
   return S_OK;
 }
 
+namespace {
+
+// First index of the ascending s[0..n) holding a value not below x. Branch
+// free: on noisy signals the comparisons are coin flips, and mispredicted
+// branches would cost more than the search itself.
+template <typename T>
+int LowerBound(const T* s, int n, T x) {
+  if (n < 1) return 0;
+  const T* b = s;
+  while (n > 1) {
+    const int half = n / 2;
+    b = b[half] < x ? b + half : b;
+    n -= half;
+  }
+  return static_cast<int>(b - s) + (*b < x ? 1 : 0);
+}
+
+// LowerBound for two values at once (n at least 1): the two chains of loads
+// overlap.
+template <typename T>
+void LowerBounds(const T* s, int n, T x, T y, int* px, int* py) {
+  const T* bx = s;
+  const T* by = s;
+  while (n > 1) {
+    const int half = n / 2;
+    bx = bx[half] < x ? bx + half : bx;
+    by = by[half] < y ? by + half : by;
+    n -= half;
+  }
+  *px = static_cast<int>(bx - s) + (*bx < x ? 1 : 0);
+  *py = static_cast<int>(by - s) + (*by < y ? 1 : 0);
+}
+
+template <typename T>
+void Move(T* pDst, const T* pSrc, int n) {
+  std::memmove(pDst, pSrc, sizeof(T) * static_cast<std::size_t>(n));
+}
+
+}  // namespace
+
 template <typename T>
 void CMedFilter<T>::Replace(T fOld, T fNew) {
   if (fOld == 0) (std::signbit(fOld) ? m_nNegZeros : m_nPosZeros)--;
@@ -161,27 +201,27 @@ void CMedFilter<T>::Replace(T fOld, T fNew) {
   const bool bNewNaN = std::isnan(fNew);
   if (bOldNaN && bNewNaN) return;
   if (bNewNaN) {
-    const int r = static_cast<int>(std::lower_bound(s, s + nCount, fOld) - s);
-    std::memmove(s + r, s + r + 1, sizeof(T) * static_cast<std::size_t>(nCount - r - 1));
+    const int r = LowerBound(s, nCount, fOld);
+    Move(s + r, s + r + 1, nCount - r - 1);
     ++m_nNaNs;
     return;
   }
   if (bOldNaN) {
-    const int k = static_cast<int>(std::lower_bound(s, s + nCount, fNew) - s);
-    std::memmove(s + k + 1, s + k, sizeof(T) * static_cast<std::size_t>(nCount - k));
+    const int k = LowerBound(s, nCount, fNew);
+    Move(s + k + 1, s + k, nCount - k);
     s[k] = fNew;
     --m_nNaNs;
     return;
   }
-  const int r = static_cast<int>(std::lower_bound(s, s + nCount, fOld) - s);
-  if (fNew > fOld) {
+  // r: the leaving value; k: the first value not below the new one.
+  int r, k;
+  LowerBounds(s, nCount, fOld, fNew, &r, &k);
+  if (k > r + 1) {
     // Values between the leaving one and the new one move down by one.
-    const int k = static_cast<int>(std::lower_bound(s + r + 1, s + nCount, fNew) - s);
-    std::memmove(s + r, s + r + 1, sizeof(T) * static_cast<std::size_t>(k - r - 1));
+    Move(s + r, s + r + 1, k - r - 1);
     s[k - 1] = fNew;
-  } else if (fNew < fOld) {
-    const int k = static_cast<int>(std::lower_bound(s, s + r, fNew) - s);
-    std::memmove(s + k + 1, s + k, sizeof(T) * static_cast<std::size_t>(r - k));
+  } else if (k < r) {
+    Move(s + k + 1, s + k, r - k);
     s[k] = fNew;
   } else {
     s[r] = fNew;
