@@ -34,8 +34,7 @@ void CFilterBase<T>::SortBuffer(T* pData, int nSize) {
 }
 
 template <typename T>
-LONG CFilterBase<T>::CheckBlock(T const* pData, int nCount) const {
-  if (nCount < 1) return S_FALSE;
+LONG CFilterBase<T>::CheckBlock(T const* pData) const {
   if (m_nSize < 1) return E_FAIL;
   if (!pData) return E_POINTER;
   return S_OK;
@@ -45,8 +44,8 @@ LONG CFilterBase<T>::CheckBlock(T const* pData, int nCount) const {
 
 template <typename T>
 LONG CDlyLine<T>::ProcessI(T* pData, int nCount) {
-  const LONG hr = this->CheckBlock(pData, nCount);
-  if (hr != S_OK) return hr == S_FALSE ? S_OK : hr;
+  if (nCount < 1) return S_OK;
+  if (const LONG hr = this->CheckBlock(pData)) return hr;
   for (int i = 0; i < nCount; ++i) {
     std::swap(pData[i], this->m_pBuffer[this->m_nPos]);
     this->AdvancePos();
@@ -71,8 +70,8 @@ LONG CMaxFilter<T>::Create(int nSize) {
 
 template <typename T>
 LONG CMaxFilter<T>::ProcessI(T* pData, int nCount) {
-  const LONG hr = this->CheckBlock(pData, nCount);
-  if (hr != S_OK) return hr == S_FALSE ? S_OK : hr;
+  if (nCount < 1) return S_OK;
+  if (const LONG hr = this->CheckBlock(pData)) return hr;
   T* const pWindow = this->m_pBuffer;
   const int nSize = this->m_nSize;
   for (int i = 0; i < nCount; ++i) {
@@ -275,8 +274,8 @@ T CMedFilter<T>::Median() {
 
 template <typename T>
 LONG CMedFilter<T>::ProcessI(T* pData, int nCount) {
-  const LONG hr = this->CheckBlock(pData, nCount);
-  if (hr != S_OK) return hr == S_FALSE ? S_OK : hr;
+  if (nCount < 1) return S_OK;
+  if (const LONG hr = this->CheckBlock(pData)) return hr;
   for (int i = 0; i < nCount; ++i) {
     T& slot = this->m_pBuffer[this->m_nPos];
     const T fOld = slot;

@@ -28,9 +28,8 @@ class CFilterBase {
 
   // Exchange sort in place, largest first.
   static void SortBuffer(T* pData, int nSize);
-  // S_OK when a block of nCount samples can be processed; S_FALSE when there
-  // is nothing to do; else the failure to report.
-  LONG CheckBlock(T const* pData, int nCount) const;
+  // E_FAIL before Create, E_POINTER for a null block, else S_OK.
+  LONG CheckBlock(T const* pData) const;
   void AdvancePos() { m_nPos = m_nPos + 1 == m_nSize ? 0 : m_nPos + 1; }
 
   T* m_pBuffer;
@@ -77,19 +76,18 @@ class CMedFilter : public CFilterBase<T> {
   LONG Create(int nSize);
   LONG ProcessI(T* pData, int nCount);
 
+ protected:
+  T* m_pSorted;  // the window's non-NaN values, ascending
+
  private:
   void Replace(T fOld, T fNew);
   T Median();
   T MedianBySort();
   T MedianOfMixedZeros();
 
- protected:
-  T* m_pSorted;  // the window's non-NaN values, ascending
-
- private:
-  T* m_pWork;      // scratch for the exchange sort
-  int* m_pRuns;    // scratch for the choice among zeros of both signs
-  int m_nNaNs;     // NaNs in the window
+  T* m_pWork;       // scratch for the exchange sort
+  int* m_pRuns;     // scratch for the choice among zeros of both signs
+  int m_nNaNs;      // NaNs in the window
   int m_nPosZeros;  // +0 in the window
   int m_nNegZeros;  // -0 in the window
 };

@@ -18,121 +18,87 @@ std::vector<T> Seq(int first, int count) {
   return v;
 }
 
-TYPED_TEST(CircleBufferTest, CountsReduceModuloCapacityAndWrap) {
+TYPED_TEST(CircleBufferTest, CopiesCountsAndHistory) {
   using T = TypeParam;
   CCircleBuffer<T> ring;
   ring.Create(8);
-  const std::vector<T> a = Seq<T>(1, 11);
+  const std::vector<T> a = Seq<T>(1, 11), junk = Seq<T>(90, 8), b = Seq<T>(20, 11);
   ring.Push(a.data(), 3);
   ring.Push(a.data() + 3, 5);  // wraps onto the read position: looks empty
   EXPECT_EQ(ring.GetWrPtr(), 0);
   EXPECT_EQ(ring.GetElementsAmount(), 0);
-
-  // A count of exactly the capacity moves and stores nothing.
-  const std::vector<T> junk = Seq<T>(90, 8);
-  ring.Push(junk.data(), 8);
-  std::vector<T> hist(8);
+  ring.Push(junk.data(), 8);  // exactly the capacity: nothing moves or is stored
+  std::vector<T> hist(8), out(7);
   EXPECT_EQ(ring.GetHistory(hist.data(), 8), S_OK);
   EXPECT_EQ(hist, Seq<T>(1, 8));
-  EXPECT_EQ(ring.GetWrPtr(), 0);
-
-  // 11 elements: the first 3 are stored, the position moves by 3.
-  const std::vector<T> b = Seq<T>(20, 11);
-  ring.Push(b.data(), 11);
+  ring.Push(b.data(), 11);  // the first 3 are stored, the position moves by 3
   EXPECT_EQ(ring.GetWrPtr(), 3);
   ring.Drop(1);
-  std::vector<T> out(2);
   ring.Pop(out.data(), 2);
-  EXPECT_EQ(out, Seq<T>(21, 2));
+  EXPECT_EQ(std::vector<T>(out.begin(), out.begin() + 2), Seq<T>(21, 2));
 
-  // A block that wraps comes out intact; history ignores the read position.
-  ring.Push(a.data(), 7);  // positions 3..7, 0, 1
+  ring.Push(a.data(), 7);  // wraps at the end of the storage
   EXPECT_EQ(ring.GetElementsAmount(), 7);
-  std::vector<T> all(7);
-  ring.Pop(all.data(), 7);
-  EXPECT_EQ(all, Seq<T>(1, 7));
-  EXPECT_EQ(ring.GetElementsAmount(), 0);
-  EXPECT_EQ(ring.GetHistory(hist.data(), 2), S_OK);
-  EXPECT_EQ(std::vector<T>(hist.begin(), hist.begin() + 2), Seq<T>(6, 2));
-
-  // The whole ring, oldest first from the write position; one more is refused.
+  ring.Pop(out.data(), 7);
+  EXPECT_EQ(out, Seq<T>(1, 7));
+  // History ignores the read position: the whole ring, oldest first from the
+  // write position; one element more is refused.
   EXPECT_EQ(ring.GetHistory(hist.data(), 8), S_OK);
   EXPECT_EQ(hist, (std::vector<T>{T(22), T(1), T(2), T(3), T(4), T(5), T(6), T(7)}));
   std::vector<T> untouched(9, T(99));
   EXPECT_EQ(ring.GetHistory(untouched.data(), 9), E_OUTOFMEMORY);
   EXPECT_EQ(untouched, std::vector<T>(9, T(99)));
+
+  ring.Create(16);  // a second Create replaces the storage and empties the ring
+  EXPECT_EQ(ring.GetRdPtr() + ring.GetWrPtr(), 0);
+  ring.Push(nullptr, 12);
+  EXPECT_EQ(ring.GetElementsAmount(), 12);
+  ring.Clear();
+  EXPECT_EQ(ring.GetElementsAmount(), 0);
 }
 
-TYPED_TEST(CircleBufferTest, PiecesOfRegions) {
+TYPED_TEST(CircleBufferTest, PiecesInPlaceAndUncreatedRing) {
   using T = TypeParam;
-  CCircleBuffer<T> ring;
-  ring.Create(8);
-  ring.Push(nullptr, 6);
-  ring.Drop(1);
-  T *p1 = nullptr, *p2 = nullptr, *start = nullptr;
+  CCircleBuffer<T> ring, other;
+  T *p1 = nullptr, *p2 = nullptr;
   int n1 = -1, n2 = -1;
+  T v[3] = {T(1), T(2), T(3)};
+  ring.Push(v, 3);  // before Create: nothing happens
+  ring.Pop(v, 3);
+  ring.Drop(2);
+  EXPECT_EQ(v[0], T(1));
+  EXPECT_EQ(ring.GetElementsAmount(), 0);
+  EXPECT_EQ(ring.GetHistory(v, 1), E_OUTOFMEMORY);
+  EXPECT_EQ(ring.GetWrBuffer(1, &p1, &n1, &p2, &n2), E_INVALIDARG);
+
+  for (CCircleBuffer<T>* r : {&ring, &other}) {
+    r->Create(8);
+    r->Push(nullptr, 6);
+    r->Drop(1);
+  }
   ASSERT_EQ(ring.GetRdBuffer(2, &p1, &n1, &p2, &n2), S_OK);
-  start = p1 - 1;
-  EXPECT_EQ(n1, 2);
-  EXPECT_EQ(n2, 0);
+  T* const start = p1 - 1;
+  EXPECT_EQ(n1 * 10 + n2, 20);
   EXPECT_EQ(p2, start);  // the start of the storage, not null
   ASSERT_EQ(ring.GetWrBuffer(5, &p1, &n1, &p2, &n2), S_OK);
   EXPECT_EQ(p1, start + 6);
-  EXPECT_EQ(n1, 2);
   EXPECT_EQ(p2, start);
-  EXPECT_EQ(n2, 3);
+  EXPECT_EQ(n1 * 10 + n2, 23);
   EXPECT_EQ(ring.GetWrPtr(), 6);  // no position moved
-
-  // In place: fill the pieces, then advance.
   for (int i = 0; i < n1; ++i) p1[i] = T(40 + i);
   for (int i = 0; i < n2; ++i) p2[i] = T(42 + i);
   ring.Push(nullptr, 5);
   std::vector<T> hist(5);
   ring.GetHistory(hist.data(), 5);
   EXPECT_EQ(hist, Seq<T>(40, 5));
-
   EXPECT_EQ(ring.GetWrBuffer(2, nullptr, &n1, &p2, &n2), E_POINTER);
   EXPECT_EQ(ring.GetRdBuffer(9, &p1, &n1, &p2, &n2), E_INVALIDARG);
-  EXPECT_EQ(ring.GetRdBuffer(-1, &p1, &n1, &p2, &n2), E_INVALIDARG);
 
-  // Pop with a null target and Drop leave the same state.
-  CCircleBuffer<T> other;
-  other.Create(8);
-  other.Push(nullptr, 6);
-  other.Drop(1);
-  other.Push(nullptr, 5);
+  other.Push(nullptr, 5);  // Pop with a null target and Drop agree
   ring.Pop(nullptr, 7);
   other.Drop(7);
   EXPECT_EQ(ring.GetRdPtr(), other.GetRdPtr());
   EXPECT_EQ(ring.GetElementsAmount(), other.GetElementsAmount());
-}
-
-TYPED_TEST(CircleBufferTest, LifecycleAndUncreatedRing) {
-  using T = TypeParam;
-  CCircleBuffer<T> ring;
-  T v[3] = {T(1), T(2), T(3)};
-  ring.Push(v, 3);
-  ring.Pop(v, 3);
-  ring.Drop(2);
-  EXPECT_EQ(v[0], T(1));
-  EXPECT_EQ(ring.GetElementsAmount(), 0);
-  EXPECT_EQ(ring.GetHistory(v, 1), E_OUTOFMEMORY);
-  T *p1 = v, *p2 = v;
-  int n1 = -1, n2 = -1;
-  EXPECT_EQ(ring.GetWrBuffer(1, &p1, &n1, &p2, &n2), E_INVALIDARG);
-  EXPECT_EQ(ring.GetWrBuffer(0, &p1, &n1, &p2, &n2), S_OK);
-  EXPECT_EQ(n1 + n2, 0);
-
-  ring.Create(8);
-  ring.Push(v, 3);
-  ring.Drop(1);
-  ring.Clear();
-  EXPECT_EQ(ring.GetRdPtr() + ring.GetWrPtr(), 0);
-  ring.Push(v, 2);
-  ring.Create(16);  // a second Create replaces the storage and empties the ring
-  EXPECT_EQ(ring.GetRdPtr() + ring.GetWrPtr(), 0);
-  ring.Push(nullptr, 12);
-  EXPECT_EQ(ring.GetElementsAmount(), 12);
 }
 
 }  // namespace

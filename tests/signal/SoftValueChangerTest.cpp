@@ -16,29 +16,25 @@ using Step = std::pair<DWORD, std::function<void()>>;
 // clock did not move on during the run, so that the steps see exactly those
 // ticks.
 void AtTicks(DWORD startTick, const std::vector<Step>& steps) {
-  for (;;) {
+  for (DWORD t0 = 0, t1 = 1; t0 != t1;) {
     OrvekSetTickCountOffset(0);
     const DWORD base = startTick - GetTickCount();
     OrvekSetTickCountOffset(base);
-    const DWORD t0 = GetTickCount();
+    t0 = GetTickCount();
     for (const Step& s : steps) {
       OrvekSetTickCountOffset(base + s.first);
       s.second();
     }
-    const DWORD t1 = GetTickCount() - steps.back().first;
-    OrvekSetTickCountOffset(0);
-    if (t0 == t1) return;
+    t1 = GetTickCount() - steps.back().first;
   }
+  OrvekSetTickCountOffset(0);
 }
 
-// Init(0), a change to 10 over 2 s, and the value 1 s later.
-float HalfWay(CSoftValueChanger<float>& c, bool bInv) {
+// Init(0), a change to 10 over 2 s (from startTick), and the value at 1 s.
+float HalfWay(CSoftValueChanger<float>& c, bool bInv, DWORD startTick = 1000) {
   float v = -1;
-  AtTicks(1000, {{0, [&] {
-                    c.Init(0);
-                    EXPECT_EQ(bInv ? c.ChangeValueInvDyn(10, 2) : c.ChangeValue(10, 2), S_OK);
-                  }},
-                 {1000, [&] { v = c.GetValue(); }}});
+  AtTicks(startTick, {{0, [&] { c.Init(0); bInv ? c.ChangeValueInvDyn(10, 2) : c.ChangeValue(10, 2); }},
+                      {1000, [&] { v = c.GetValue(); }}});
   return v;
 }
 
@@ -48,65 +44,52 @@ TEST(SoftValueChanger, CurvesAtOneSecond) {
   CSoftValueChangerHSin<float> hsin;
   EXPECT_EQ(HalfWay(plain, false), 5.0f);
   EXPECT_EQ(HalfWay(plain, true), 5.0f);
+  EXPECT_EQ(HalfWay(plain, false, 0xFFFFFFFFu - 500), 5.0f);  // across the wrap
   // 3.1415 for pi shows in the fourth decimal.
   EXPECT_NEAR(HalfWay(sine, false), 4.9998f, 5e-5f);
   EXPECT_NEAR(HalfWay(hsin, false), 2.9288f, 5e-5f);
-  EXPECT_NEAR(HalfWay(hsin, true), 7.0712f, 5e-5f);
   CSoftValueChangerHSin<float> copy(hsin);  // a copy keeps its curve
   EXPECT_NEAR(HalfWay(copy, true), 7.0712f, 5e-5f);
 }
 
 TEST(SoftValueChanger, SteadyStatesAndImmediateChanges) {
   CSoftValueChanger<float> c;
-  EXPECT_EQ(c.GetValue(), 0.0f);  // a new object holds 0
+  auto steady = [&](float v) { return c.GetValue() == v && c.IsChanging() == 0; };
+  EXPECT_TRUE(steady(0));  // a new object holds 0
   c.Init(5);
-  EXPECT_EQ(c.GetValue(), 5.0f);
-  EXPECT_EQ(c.IsChanging(), 0);
+  EXPECT_TRUE(steady(5));
   EXPECT_EQ(c.ChangeValue(5, 1), E_FAIL);
   EXPECT_EQ(c.ChangeValue(10, 0), S_OK);
-  EXPECT_EQ(c.GetValue(), 10.0f);
-  EXPECT_EQ(c.IsChanging(), 0);
+  EXPECT_TRUE(steady(10));
   EXPECT_EQ(c.ChangeValue(20, 0.0004f), S_OK);  // rounds to 0 ms
-  EXPECT_EQ(c.GetValue(), 20.0f);
+  EXPECT_TRUE(steady(20));
   EXPECT_EQ(c.ChangeValueInvDyn(30, -2), S_OK);  // a negative time counts as 0
-  EXPECT_EQ(c.GetValue(), 30.0f);
-  EXPECT_EQ(c.IsChanging(), 0);
+  EXPECT_TRUE(steady(30));
 }
 
-TEST(SoftValueChanger, RetargetEndTickAndWrap) {
+TEST(SoftValueChanger, RetargetAndEndTick) {
   CSoftValueChanger<float> c;
-  float mid = -1, again = -1, later = -1;
-  int changing = -1;
+  CSoftValueChangerHSin<float> h;
+  float mid = -1, again = -1, later = -1, atEnd = -1, after = -1;
+  int changing = -1, settled = -1;
   LONG same = S_OK;
-  AtTicks(1000, {{0, [&] { c.Init(0); c.ChangeValue(10, 2); }},
+  AtTicks(1000, {{0, [&] { c.Init(0); c.ChangeValue(10, 2); h.Init(0); h.ChangeValue(10, 2); }},
                  {1000, [&] { same = c.ChangeValue(10, 5); mid = c.GetValue(); }},
-                 {1000, [&] { c.ChangeValue(20, 1); }},  // from 5, the whole new second
+                 {1000, [&] { c.ChangeValue(20, 1); }},  // from 5, over the whole new second
                  {1500, [&] { again = c.GetValue(); changing = c.IsChanging(); }},
-                 {2001, [&] { later = c.GetValue(); }}});
+                 {2000, [&] { atEnd = h.GetValue(); }},
+                 {2001, [&] { later = c.GetValue(); after = h.GetValue(); settled = h.IsChanging(); }}});
   EXPECT_EQ(same, E_FAIL);  // the running change went on untouched
   EXPECT_EQ(mid, 5.0f);
   EXPECT_EQ(again, 12.5f);
   EXPECT_EQ(changing, 1);
   EXPECT_EQ(later, 20.0f);
-
-  // At the end tick the HSin curve lies a little short; one tick later the
+  // At the end tick the HSin curve lies a little short; a tick later the
   // target is exact.
-  CSoftValueChangerHSin<float> h;
-  float atEnd = -1, after = -1;
-  AtTicks(1000, {{0, [&] { h.Init(0); h.ChangeValue(10, 2); }},
-                 {2000, [&] { atEnd = h.GetValue(); }},
-                 {2001, [&] { after = h.GetValue(); changing = h.IsChanging(); }}});
   EXPECT_NEAR(atEnd, 9.9995f, 5e-5f);
   EXPECT_LT(atEnd, 10.0f);
   EXPECT_EQ(after, 10.0f);
-  EXPECT_EQ(changing, 0);
-
-  // Across the wrap of the 32-bit counter.
-  AtTicks(0xFFFFFFFFu - 500, {{0, [&] { c.Init(0); c.ChangeValue(10, 2); }},
-                              {1000, [&] { mid = c.GetValue(); }},
-                              {2500, [&] { later = c.GetValue(); }}});
-  EXPECT_EQ(mid, 5.0f);
-  EXPECT_EQ(later, 10.0f);
+  EXPECT_EQ(settled, 0);
 }
 
 }  // namespace
