@@ -5,6 +5,55 @@
 #include <cstring>
 #include <memory>
 
+namespace {
+
+// The first nPasses passes of the exchange sort, largest first: pass i leaves
+// its final value at index i and touches nothing below i.
+template <typename T>
+void ExchangePasses(T* pData, int nSize, int nPasses) {
+  for (int i = 0; i < nPasses && i < nSize - 1; ++i)
+    for (int j = i + 1; j < nSize; ++j)
+      if (pData[j] > pData[i]) std::swap(pData[i], pData[j]);
+}
+
+// First index of the ascending s[0..n) holding a value not below x. Branch
+// free: on noisy signals the comparisons are coin flips, and mispredicted
+// branches would cost more than the search itself.
+template <typename T>
+int LowerBound(const T* s, int n, T x) {
+  if (n < 1) return 0;
+  const T* b = s;
+  while (n > 1) {
+    const int half = n / 2;
+    b = b[half] < x ? b + half : b;
+    n -= half;
+  }
+  return static_cast<int>(b - s) + (*b < x ? 1 : 0);
+}
+
+// LowerBound for two values at once (n at least 1): the two chains of loads
+// overlap.
+template <typename T>
+void LowerBounds(const T* s, int n, T x, T y, int* px, int* py) {
+  const T* bx = s;
+  const T* by = s;
+  while (n > 1) {
+    const int half = n / 2;
+    bx = bx[half] < x ? bx + half : bx;
+    by = by[half] < y ? by + half : by;
+    n -= half;
+  }
+  *px = static_cast<int>(bx - s) + (*bx < x ? 1 : 0);
+  *py = static_cast<int>(by - s) + (*by < y ? 1 : 0);
+}
+
+template <typename T>
+void Move(T* pDst, const T* pSrc, int n) {
+  std::memmove(pDst, pSrc, sizeof(T) * static_cast<std::size_t>(n));
+}
+
+}  // namespace
+
 // ---- CFilterBase ------------------------------------------------------------
 
 template <typename T>
@@ -28,9 +77,7 @@ LONG CFilterBase<T>::Create(int nSize) {
 
 template <typename T>
 void CFilterBase<T>::SortBuffer(T* pData, int nSize) {
-  for (int i = 0; i < nSize - 1; ++i)
-    for (int j = i + 1; j < nSize; ++j)
-      if (pData[j] > pData[i]) std::swap(pData[i], pData[j]);
+  ExchangePasses(pData, nSize, nSize);
 }
 
 template <typename T>
@@ -149,46 +196,6 @@ LONG CMedFilter<T>::Create(int nSize) {
   return S_OK;
 }
 
-namespace {
-
-// First index of the ascending s[0..n) holding a value not below x. Branch
-// free: on noisy signals the comparisons are coin flips, and mispredicted
-// branches would cost more than the search itself.
-template <typename T>
-int LowerBound(const T* s, int n, T x) {
-  if (n < 1) return 0;
-  const T* b = s;
-  while (n > 1) {
-    const int half = n / 2;
-    b = b[half] < x ? b + half : b;
-    n -= half;
-  }
-  return static_cast<int>(b - s) + (*b < x ? 1 : 0);
-}
-
-// LowerBound for two values at once (n at least 1): the two chains of loads
-// overlap.
-template <typename T>
-void LowerBounds(const T* s, int n, T x, T y, int* px, int* py) {
-  const T* bx = s;
-  const T* by = s;
-  while (n > 1) {
-    const int half = n / 2;
-    bx = bx[half] < x ? bx + half : bx;
-    by = by[half] < y ? by + half : by;
-    n -= half;
-  }
-  *px = static_cast<int>(bx - s) + (*bx < x ? 1 : 0);
-  *py = static_cast<int>(by - s) + (*by < y ? 1 : 0);
-}
-
-template <typename T>
-void Move(T* pDst, const T* pSrc, int n) {
-  std::memmove(pDst, pSrc, sizeof(T) * static_cast<std::size_t>(n));
-}
-
-}  // namespace
-
 template <typename T>
 void CMedFilter<T>::Replace(T fOld, T fNew) {
   if (fOld == 0) (std::signbit(fOld) ? m_nNegZeros : m_nPosZeros)--;
@@ -232,12 +239,9 @@ T CMedFilter<T>::MedianBySort() {
   // Passes beyond m never touch index m, so the sort can stop there.
   const int nSize = this->m_nSize;
   const int m = nSize / 2;
-  T* const w = m_pWork;
-  std::memcpy(w, this->m_pBuffer, sizeof(T) * static_cast<std::size_t>(nSize));
-  for (int i = 0; i <= m && i < nSize - 1; ++i)
-    for (int j = i + 1; j < nSize; ++j)
-      if (w[j] > w[i]) std::swap(w[i], w[j]);
-  return w[m];
+  std::memcpy(m_pWork, this->m_pBuffer, sizeof(T) * static_cast<std::size_t>(nSize));
+  ExchangePasses(m_pWork, nSize, m + 1);
+  return m_pWork[m];
 }
 
 template <typename T>
