@@ -22,3 +22,9 @@
 
 #include <orvek/plotting/drawer/AxesDrawerBase.h>
 #include <orvek/plotting/drawer/GraphDrawer.h>
+
+#include <orvek/signal/CircleBuffer.h>
+#include <orvek/signal/Filters.h>
+#include <orvek/signal/LinInterp.h>
+#include <orvek/signal/ScatteredArray.h>
+#include <orvek/signal/SoftValueChanger.h>
