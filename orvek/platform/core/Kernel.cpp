@@ -7,9 +7,11 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <condition_variable>
 #include <cstdio>
 #include <cstring>
@@ -196,11 +198,13 @@ std::unordered_map<DWORD, std::shared_ptr<MsgQueue>>& queues() {
 struct QueueOwner {
   std::shared_ptr<MsgQueue> queue;
   DWORD tid = 0;
-  ~QueueOwner() {
+  ~QueueOwner() { drop(); }
+  void drop() {
     if (!queue) return;
     std::lock_guard<std::mutex> g(queuesLock());
     auto it = queues().find(tid);
     if (it != queues().end() && it->second == queue) queues().erase(it);
+    queue.reset();
   }
 };
 thread_local QueueOwner t_queue;
@@ -318,13 +322,13 @@ BOOL SetWaitableTimer(HANDLE h, const LARGE_INTEGER* dueTime, LONG periodMs, voi
     const auto now = static_cast<std::int64_t>(nowAsFileTime());
     delay100ns = dueTime->QuadPart > now ? dueTime->QuadPart - now : 0;
   }
-  itimerspec spec{};
-  spec.it_value.tv_sec = static_cast<time_t>(delay100ns / 10000000);
-  spec.it_value.tv_nsec = static_cast<long>((delay100ns % 10000000) * 100);
-  if (spec.it_value.tv_sec == 0 && spec.it_value.tv_nsec == 0) spec.it_value.tv_nsec = 1;  // 0 would disarm
-  spec.it_interval.tv_sec = periodMs / 1000;
-  spec.it_interval.tv_nsec = static_cast<long>(periodMs % 1000) * 1000000L;
-  if (::timerfd_settime(r.p->fd, 0, &spec, nullptr) != 0) {
+  itimerspec its{};
+  its.it_value.tv_sec = static_cast<time_t>(delay100ns / 10000000);
+  its.it_value.tv_nsec = static_cast<long>((delay100ns % 10000000) * 100);
+  if (its.it_value.tv_sec == 0 && its.it_value.tv_nsec == 0) its.it_value.tv_nsec = 1;  // 0 would disarm
+  its.it_interval.tv_sec = periodMs / 1000;
+  its.it_interval.tv_nsec = static_cast<long>(periodMs % 1000) * 1000000L;
+  if (::timerfd_settime(r.p->fd, 0, &its, nullptr) != 0) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;
   }
@@ -337,8 +341,8 @@ BOOL CancelWaitableTimer(HANDLE h) {
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
-  itimerspec spec{};
-  ::timerfd_settime(r.p->fd, 0, &spec, nullptr);
+  itimerspec its{};
+  ::timerfd_settime(r.p->fd, 0, &its, nullptr);
   return TRUE;
 }
 
@@ -374,7 +378,9 @@ using Clock = std::chrono::steady_clock;
 int remainingMs(DWORD timeout, Clock::time_point start) {
   if (timeout == INFINITE) return -1;
   const auto spent = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
-  return spent >= static_cast<long long>(timeout) ? 0 : static_cast<int>(timeout - spent);
+  if (spent >= static_cast<long long>(timeout)) return 0;
+  // poll takes an int; a longer wait goes round the loop again.
+  return static_cast<int>(std::min<long long>(static_cast<long long>(timeout) - spent, INT_MAX));
 }
 
 DWORD waitAny(std::vector<Ref>& refs, DWORD timeout) {
@@ -484,6 +490,9 @@ void threadMain(ThreadObj* t) {
     code = t->abandonCode;
   }
   if (gate == ThreadObj::Open) code = t->start(t->parameter);
+  // The queue goes before the handle is signalled: a post to a thread that
+  // has ended fails instead of landing in a queue nobody reads.
+  t_queue.drop();
   t->exit = toFileTime(nowAsFileTime());
   t->exitCode.store(code);
   t->ended.store(true);
