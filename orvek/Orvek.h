@@ -9,6 +9,7 @@
 #include <orvek/platform/core/Strings.h>
 #include <orvek/platform/core/Sync.h>
 #include <orvek/platform/core/Types.h>
+#include <orvek/platform/gfx/Gdiplus.h>
 #include <orvek/platform/gfx/GraphicsSession.h>
 #include <orvek/platform/ui/Controls.h>
 #include <orvek/platform/ui/Dc.h>
@@ -25,3 +26,16 @@
 #include <orvek/persistence/IniFile.h>
 #include <orvek/persistence/LogFile.h>
 #include <orvek/persistence/SizeStructFile.h>
+
+
+#include <orvek/tables/TableArrayDrawer.h>
+#include <orvek/tables/TableDrawer.h>
+
+#include <orvek/plotting/drawer/AxesDrawerBase.h>
+#include <orvek/plotting/drawer/GraphDrawer.h>
+
+#include <orvek/signal/CircleBuffer.h>
+#include <orvek/signal/Filters.h>
+#include <orvek/signal/LinInterp.h>
+#include <orvek/signal/ScatteredArray.h>
+#include <orvek/signal/SoftValueChanger.h>

@@ -55,7 +55,31 @@ class ORVEK_API COrvekGlobals {
 
   // ---- signal helpers ----
 
+  // Divides the coefficients by the sum of their absolute values, so that
+  // this sum becomes 1, and gives the change of gain in dB, 20 * log10(1 / sum).
+  // A sum of 0 (or nCount below 1) leaves them and gives +infinity.
+  static float NormalizeFIR(float* pCoeffs, int nCount);
+  // The smallest up, with down = up * in / out truncated, for which
+  // up * in / down equals the output rate exactly in float. E_INVALIDARG for
+  // rates that are not positive and finite; E_FAIL, outputs untouched, when
+  // no up up to 1,000,000 fits.
+  static LONG GetUpDownFactor(float fInRate, float fOutRate, int* pUp, int* pDown);
+
   // ---- placement of rectangles ----
+
+  // Moves the rectangle to the closest place, by whole edge-to-edge steps,
+  // that lies inside the bounds and intersects none of the used rectangles.
+  // True if it found one or needed none (then the rectangle stays as it is,
+  // in the bounds or not); false leaves it where it was. A null list counts
+  // as empty.
+  static bool CalculateClosestNonIntersectRect(CRect* rect, CRect& bounds, std::vector<CRect>* used);
+
+ private:
+  static bool IsRectIntersects(CRect& rect, std::vector<CRect>* used);
+  static bool AddToRectStat(CRect* rect, CSize& offset, float* bestDistance, CRect* bestRect, CRect& bounds,
+                            std::vector<CRect>* used);
+
+ public:
 
   // ---- event loop for hosts without one ----
 
