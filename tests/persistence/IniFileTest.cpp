@@ -28,6 +28,10 @@ TEST(IniFile, FindsSectionsAndKeys) {
       {"[S]\r\nKey=1\r\n;key=1\r\n key=1\r\nkey = 1\r\n", "S", "key", nullptr},
       {"[S]\r\nk= a=b \r\n", "S", "k", " a=b "},  // neither trimmed nor split
       {"[S]\r\nk=tail", "S", "k", "tail"},
+      // Names holding line ends match bytes, but never across a body's end.
+      {"[A]\r\n[B]\r\nx=2\r\n", "A]\r\n[B", "x", "2"},
+      {"[A]\r\nk=1\r\n[B]\r\nx=2\r\n", "A", "[B]\r\nx", nullptr},
+      {"[A]\r\n[B]\r\nx=2\r\n", "B", "x=2\r\n", nullptr},
   };
   ScratchDir dir;
   for (const Case& c : cases) {
