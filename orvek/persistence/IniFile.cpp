@@ -3,6 +3,7 @@
 #include <orvek/persistence/IniFile.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <string>
 
@@ -28,6 +29,18 @@ struct OwnedFile {
   }
 };
 
+// Equality of n bytes. Most candidates of a search fail; comparing whole
+// words keeps that one branch predictable where names share a beginning.
+bool sameBytes(const char* a, const char* b, std::size_t n) {
+  if (n < 8) return std::memcmp(a, b, n) == 0;
+  std::uint64_t a0, b0, a1, b1;
+  std::memcpy(&a0, a, 8);
+  std::memcpy(&b0, b, 8);
+  std::memcpy(&a1, a + n - 8, 8);
+  std::memcpy(&b1, b + n - 8, 8);
+  return ((a0 ^ b0) | (a1 ^ b1)) == 0 && (n <= 16 || std::memcmp(a + 8, b + 8, n - 16) == 0);
+}
+
 // Position q of the first CR LF followed by tail with from <= q < before, or
 // -1. Every pattern of the format begins with a line end, so the scan jumps
 // with memchr between the places where the byte behind a line end matches.
@@ -44,11 +57,7 @@ int findBehindLineEnd(const CStringA& text, int from, int before, const std::str
     if (!hit) return -1;
     p = static_cast<int>(static_cast<const char*>(hit) - base);
     const int q = p - offset;
-    if (base[q] != '\r' || base[q + 1] != '\n') continue;
-    // Backwards: names in one file tend to share their beginnings.
-    std::size_t i = tail.size();
-    while (i > 1 && base[q + 1 + i] == tail[i - 1]) --i;
-    if (i <= 1) return q;
+    if (base[q] == '\r' && base[q + 1] == '\n' && sameBytes(base + q + 2, tail.data(), tail.size())) return q;
   }
   return -1;
 }

@@ -30,7 +30,8 @@ class ORVEK_API CIniFile {
   // Loads the file. A name without '/' addresses the application's folder,
   // which becomes the process's current folder. A missing, locked or damaged
   // file is no failure: the text is then the backup's (bBackup) or stays as
-  // it was. E_FAIL only when the application folder cannot be entered.
+  // it was. E_FAIL only when the application folder cannot be entered,
+  // E_POINTER for a null name.
   LONG Create(const wchar_t* pFileName, int bWrite, int bBackup);
   LONG Create(const char* pFileName, int bWrite, int bBackup);
   // Rewrites the file from the text if the object is writable. The text stays
