@@ -285,4 +285,26 @@ TEST(DialogLayout, FloatScaleAndDecimalsOnTheControls) {
   EXPECT_EQ(before, dlg.builds);
 }
 
+TEST(DialogLayout, ASecondDialogOpensBesideAVisibleFirstOne) {
+  float a = 0, b = 0;
+  const tagParamInfoV2 first[] = {Param(L"A", ePT_Float, &a, 0, 1)};
+  const tagParamInfoV2 second[] = {Param(L"B", ePT_Float, &b, 0, 1)};
+  TestDlg one, two;
+  one.Create(first, 1, nullptr, nullptr);
+  ASSERT_TRUE(ShowAndActivate(one));
+  two.Create(second, 1, nullptr, nullptr);
+  CRect r1, r2, overlap;
+  one.GetWindowRect(&r1);
+  two.GetWindowRect(&r2);
+  r1.InflateRect(10, 10);  // the gap kept between tool windows
+  EXPECT_FALSE(overlap.IntersectRect(&r1, &r2)) << r2.left << "," << r2.top;
+  // Once the first is gone, a rebuild of the second centres it again, over
+  // the place the first had.
+  one.Destroy();
+  two.ShowWindow();
+  two.SendMessage(WM_REBUILD_PARAMS, 0, 0);
+  two.GetWindowRect(&r2);
+  EXPECT_TRUE(overlap.IntersectRect(&r1, &r2));
+}
+
 }  // namespace
