@@ -181,6 +181,28 @@ TEST(DialogLayout, TitlesTabTextsAndDegenerateLists) {
     EXPECT_EQ(L"Настройка параметров", TextOf(dlg));
     EXPECT_FALSE(Shown(dlg.C(4).check));
   }
+  // The host's names and choices may go as soon as the call returns: the
+  // dialog builds from its own copies, also in later rebuilds.
+  {
+    int mode = 2;
+    TestDlg dlg;
+    {
+      std::wstring name = L"Mode", one = L"one", two = L"two";
+      tagParamChoice choices[] = {{1, one.c_str()}, {2, two.c_str()}};
+      tagParamInfoV2 entry = Param(name.c_str(), ePT_List, &mode, 0, 0, nullptr, nullptr, choices, 2);
+      dlg.Create(&entry, 1, nullptr, nullptr);
+      name.assign(L"XXXX");
+      two.assign(L"YYY");
+    }
+    dlg.SendMessage(WM_REBUILD_PARAMS, 0, 0);
+    EXPECT_EQ(L"Mode", TextOf(dlg.C(0).label));
+    CStringW text;
+    dlg.C(0).list.GetLBText(1, text);
+    EXPECT_EQ(CStringW(L"two"), text);
+    EXPECT_EQ(1, dlg.C(0).list.GetCurSel());
+    EXPECT_EQ(L"%d", std::wstring(dlg.GetTypeFormatString(ePT_List)));
+    EXPECT_EQ(L"", std::wstring(dlg.GetTypeFormatString(static_cast<eParamTypeV2>(7))));
+  }
   // An empty list: no tabs, no cells, a client area of 25 x 25.
   {
     TestDlg dlg;
@@ -251,13 +273,17 @@ TEST(DialogLayout, FloatScaleAndDecimalsOnTheControls) {
   // Bounds 0 .. 0.3: 0.1 stands at 85, and the user's step back to 85 gives
   // 0.099609375.
   float small = 0.1f;
-  float texts[5] = {0, 0, 0, 0, 0};
+  float texts[6] = {0, 0, 0, 0, 0, 0.5f};
   const tagParamInfoV2 list[] = {
       Param(L"Small", ePT_Float, &small, 0, 0.3), Param(L"R1", ePT_Float, &texts[0], 0, 1),
       Param(L"R10", ePT_Float, &texts[1], 0, 10), Param(L"R100", ePT_Float, &texts[2], 0, 100),
-      Param(L"R256", ePT_Float, &texts[3], 0, 256), Param(L"R0", ePT_Float, &texts[4], 0, 0)};
+      Param(L"R256", ePT_Float, &texts[3], 0, 256), Param(L"R0", ePT_Float, &texts[4], 0, 0),
+      Param(L"Crossed", ePT_Float, &texts[5], 1, -1)};
   TestDlg dlg;
-  dlg.Create(list, 6, nullptr, nullptr);
+  dlg.Create(list, 7, nullptr, nullptr);
+  // Bounds that cross: the upper one wins, and no decimals are shown.
+  EXPECT_EQ(-1.0f, texts[5]);
+  EXPECT_EQ(L"-1", TextOf(dlg.C(6).valueText));
   EXPECT_EQ(85, dlg.C(0).slider.GetPos());
   EXPECT_EQ(L"0.100", TextOf(dlg.C(0).valueText));
   EXPECT_EQ(L"0.000", TextOf(dlg.C(1).valueText));
