@@ -12,3 +12,9 @@
 #include <orvek/platform/gfx/GraphicsSession.h>
 
 #include <orvek/frame/OrvekGlobals.h>
+
+#include <orvek/threads/MTPtrStorage.h>
+#include <orvek/threads/ResourceLock.h>
+#include <orvek/threads/TempObjects.h>
+#include <orvek/threads/ThreadControl.h>
+#include <orvek/threads/Timers.h>

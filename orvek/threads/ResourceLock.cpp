@@ -1,0 +1,56 @@
+#include <orvek/threads/ResourceLock.h>
+
+#include <orvek/platform/core/Kernel.h>
+
+CResourceLock::CResourceLock() : m_dwOwnerThread(0) {}
+
+CResourceLock::~CResourceLock() {
+  CSingleLock sl(&m_csResource, TRUE);
+  // The owner destroying its own lock still holds the level taken in Lock;
+  // a lock must not end while held.
+  if (m_dwOwnerThread == GetCurrentThreadId()) {
+    m_dwOwnerThread = 0;
+    m_csResource.Unlock();
+  }
+}
+
+void CResourceLock::Lock() {
+  // Blocks here while another thread owns the lock (it holds one level).
+  CSingleLock sl(&m_csResource, TRUE);
+  const DWORD self = GetCurrentThreadId();
+  if (m_dwOwnerThread != self) {
+    // A new owner keeps one level of its own until Unlock; an owner calling
+    // again leaves as it came.
+    m_csResource.Lock();
+    m_dwOwnerThread = self;
+  }
+}
+
+void CResourceLock::Unlock() {
+  CSingleLock sl(&m_csResource, TRUE);
+  if (m_dwOwnerThread == GetCurrentThreadId()) {
+    m_dwOwnerThread = 0;
+    m_csResource.Unlock();
+  }
+}
+
+CResourceLocker::CResourceLocker(CResourceLock* pLock) : m_pLock(nullptr), m_bLocked(0) {
+  CSingleLock guard(&m_csGuard, TRUE);
+  m_pLock = pLock;
+  m_pLock->Lock();
+  m_bLocked = 1;
+}
+
+CResourceLocker::~CResourceLocker() {
+  CSingleLock guard(&m_csGuard, TRUE);
+  if (m_bLocked) {
+    m_pLock->Unlock();
+    m_bLocked = 0;
+  }
+}
+
+void CResourceLocker::Unlock() {
+  CSingleLock guard(&m_csGuard, TRUE);
+  m_pLock->Unlock();
+  m_bLocked = 0;
+}
