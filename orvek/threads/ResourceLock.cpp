@@ -34,23 +34,30 @@ void CResourceLock::Unlock() {
   }
 }
 
-CResourceLocker::CResourceLocker(CResourceLock* pLock) : m_pLock(nullptr), m_bLocked(0) {
-  CSingleLock guard(&m_csGuard, TRUE);
-  m_pLock = pLock;
+// m_csGuard only ever guards the two fields and is never held while the
+// resource lock is taken: an owner holds the resource across the locker's
+// whole life, so taking the resource under the guard would put the two locks
+// in both orders.
+CResourceLocker::CResourceLocker(CResourceLock* pLock) : m_pLock(pLock), m_bLocked(0) {
   m_pLock->Lock();
+  CSingleLock guard(&m_csGuard, TRUE);
   m_bLocked = 1;
 }
 
 CResourceLocker::~CResourceLocker() {
-  CSingleLock guard(&m_csGuard, TRUE);
-  if (m_bLocked) {
-    m_pLock->Unlock();
+  int wasLocked;
+  {
+    CSingleLock guard(&m_csGuard, TRUE);
+    wasLocked = m_bLocked;
     m_bLocked = 0;
   }
+  if (wasLocked) m_pLock->Unlock();
 }
 
 void CResourceLocker::Unlock() {
-  CSingleLock guard(&m_csGuard, TRUE);
+  {
+    CSingleLock guard(&m_csGuard, TRUE);
+    m_bLocked = 0;
+  }
   m_pLock->Unlock();
-  m_bLocked = 0;
 }

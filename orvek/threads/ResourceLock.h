@@ -43,7 +43,7 @@ class ORVEK_API CResourceLocker {
   void Unlock();
 
  private:
-  CCriticalSection m_csGuard;  // taken before the lock's own
+  CCriticalSection m_csGuard;  // guards m_bLocked; never held while locking
   CResourceLock* m_pLock;
   int m_bLocked;
 };
