@@ -6,9 +6,23 @@
 #include <future>
 #include <thread>
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#include <sanitizer/allocator_interface.h>
+#else
+#include <malloc.h>
+#endif
+
 #include <orvek/threads/MTPtrStorage.h>
 
 namespace {
+
+std::size_t allocatedBytes() {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  return __sanitizer_get_current_allocated_bytes();
+#else
+  return mallinfo2().uordblks;
+#endif
+}
 
 using namespace std::chrono_literals;
 
@@ -104,8 +118,12 @@ TEST(MTPtrStorage, HandlesLocksAndCleanUp) {
   EXPECT_EQ(Storage::AddPtr(&a, &h), S_OK);
   EXPECT_EQ(h, 4);
 
-  // CleanUp frees every entry; the handles start again at 0.
+  // CleanUp frees every entry (an entry, record and lock, takes well over
+  // 64 bytes); the handles start again at 0.
+  for (int i = 0; i < 2000; ++i) Storage::AddPtr(&b, &h);
+  const std::size_t withEntries = allocatedBytes();
   Storage::CleanUp();
+  EXPECT_LT(allocatedBytes() + 2000 * 64, withEntries);
   EXPECT_TRUE(Storage::ms_PtrStorage.empty());
   EXPECT_EQ(Storage::GetPtr(h1, &p), ERROR_INVALID_INDEX);
   EXPECT_EQ(Storage::AddPtr(&b, &h), S_OK);
