@@ -2,6 +2,8 @@
 
 #include <omp.h>
 
+#include <chrono>
+
 #include <orvek/frame/OrvekGlobals.h>
 
 namespace {
@@ -66,7 +68,7 @@ void* CEventTimer::GetHandle() { return m_hTimer; }
 
 // ---- CVarElapseTimer --------------------------------------------------------
 
-CVarElapseTimer::CVarElapseTimer() : m_dwLastTick(0), m_hTimer(INVALID_HANDLE_VALUE), m_bStarted(0) {}
+CVarElapseTimer::CVarElapseTimer() : m_dwLastTick(0), m_hTimer(INVALID_HANDLE_VALUE), m_bStarted(0), m_nPeriod(0) {}
 
 CVarElapseTimer::~CVarElapseTimer() { Close(); }
 
@@ -76,6 +78,7 @@ LONG CVarElapseTimer::Init(int nPeriod) {
   HANDLE h = makeTicker(nPeriod);
   if (!h) return E_FAIL;
   m_hTimer = h;
+  m_nPeriod = nPeriod;
   return S_OK;
 }
 
@@ -89,7 +92,7 @@ LONG CVarElapseTimer::WaitForDelay(DWORD dwDelay) {
   if (m_hTimer == INVALID_HANDLE_VALUE) return E_PENDING;
   if (!m_bStarted) {
     m_bStarted = 1;
-    m_dwLastTick = GetTickCount();
+    startSchedule();
   }
   while (COrvekGlobals::GetTicksElapsed(GetTickCount(), m_dwLastTick) < dwDelay) {
     if (WaitForSingleObject(m_hTimer, INFINITE) != WAIT_OBJECT_0) return E_FAIL;
@@ -97,6 +100,26 @@ LONG CVarElapseTimer::WaitForDelay(DWORD dwDelay) {
   // The base moves by the delay, not to now: lateness does not carry over.
   m_dwLastTick += dwDelay;
   return S_OK;
+}
+
+// Starts the schedule at the present tick and moves the timer's ticks onto it,
+// just after the millisecond boundaries base + k * period: a delay that is a
+// multiple of the period then ends on a tick, instead of anywhere up to a
+// period before the next one.
+void CVarElapseTimer::startSchedule() {
+  using namespace std::chrono;
+  // The tick count is the monotonic clock in whole milliseconds; its
+  // fraction comes from the same clock.
+  DWORD tick;
+  nanoseconds intoTick;
+  do {
+    tick = GetTickCount();
+    intoTick = steady_clock::now().time_since_epoch() % milliseconds(1);
+  } while (GetTickCount() != tick);
+  m_dwLastTick = tick;
+  LARGE_INTEGER due;
+  due.QuadPart = -((milliseconds(m_nPeriod) - intoTick + microseconds(50)).count() / 100);
+  SetWaitableTimer(m_hTimer, &due, m_nPeriod, nullptr, nullptr, FALSE);
 }
 
 // ---- CPerfMeasurer ----------------------------------------------------------

@@ -60,9 +60,12 @@ class ORVEK_API CVarElapseTimer {
   LONG WaitForDelay(DWORD dwDelay);
 
  private:
+  void startSchedule();
+
   DWORD m_dwLastTick;
   HANDLE m_hTimer;
   int m_bStarted;
+  int m_nPeriod;
 };
 
 // Measures a stretch of code on one thread: wall-clock, CPU, user and kernel
