@@ -86,7 +86,9 @@ DWORD CThreadControl::GetThreadID() { return m_dwThreadID; }
 
 CMessagePoster::CMessagePoster() : m_hThread(nullptr), m_dwPeriod(0), m_StopEvent(FALSE, FALSE) {}
 
-CMessagePoster::~CMessagePoster() { Close(); }
+// The poster thread works on the object: it must have ended before the
+// object does, however long that takes.
+CMessagePoster::~CMessagePoster() { stop(INFINITE); }
 
 LONG CMessagePoster::Init(DWORD dwPeriod) {
   CSingleLock fnc(&m_csFnc, TRUE);
@@ -116,11 +118,13 @@ void CMessagePoster::PostMessageW(DWORD dwDelay, HWND hWnd, UINT nMsg, UINT wPar
   queue(tagPostItem{0, hWnd, nMsg, wParam, lParam, dwDelay, 0});
 }
 
-LONG CMessagePoster::Close() {
+LONG CMessagePoster::Close() { return stop(1000); }
+
+LONG CMessagePoster::stop(DWORD dwTimeout) {
   CSingleLock fnc(&m_csFnc, TRUE);
   if (!m_hThread) return S_OK;
   m_StopEvent.SetEvent();
-  const DWORD wait = WaitForSingleObject(m_hThread, 1000);
+  const DWORD wait = WaitForSingleObject(m_hThread, dwTimeout);
   CloseHandle(m_hThread);
   m_hThread = nullptr;
   return wait == WAIT_OBJECT_0 ? S_OK : ERROR_TIMEOUT;

@@ -58,7 +58,8 @@ struct tagPostItem {
 class ORVEK_API CMessagePoster {
  public:
   CMessagePoster();
-  // Closes; messages still queued are dropped.
+  // Stops the poster thread, waiting for it without limit; messages still
+  // queued are dropped.
   ~CMessagePoster();
   CMessagePoster(const CMessagePoster&) = delete;
   CMessagePoster& operator=(const CMessagePoster&) = delete;
@@ -76,6 +77,7 @@ class ORVEK_API CMessagePoster {
  private:
   static DWORD PostThread(void* pThis);
   void queue(const tagPostItem& item);
+  LONG stop(DWORD dwTimeout);
 
   std::deque<tagPostItem> m_Queue;
   // Lock order: m_csFnc, then m_csQueue. The poster thread takes only

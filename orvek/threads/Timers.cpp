@@ -34,11 +34,8 @@ CEventTimer::~CEventTimer() { Destroy(); }
 
 LONG CEventTimer::Create(DWORD dwPeriod) {
   Destroy();
-  m_hTimer = CreateWaitableTimerW(nullptr, FALSE, nullptr);
-  if (!m_hTimer) return E_FAIL;
-  LARGE_INTEGER due;
-  due.QuadPart = 0;
-  return SetWaitableTimer(m_hTimer, &due, static_cast<LONG>(dwPeriod), nullptr, nullptr, FALSE) ? S_OK : E_FAIL;
+  m_hTimer = makeTicker(static_cast<LONG>(dwPeriod));
+  return m_hTimer ? S_OK : E_FAIL;
 }
 
 LONG CEventTimer::Destroy() {

@@ -18,8 +18,7 @@ class ORVEK_API CEventTimer {
   CEventTimer& operator=(const CEventTimer&) = delete;
 
   // Makes the timer, first tick at once, then every dwPeriod ms (0: once).
-  // A timer made before is released first. S_OK or E_FAIL; a timer that
-  // was made but could not be started stays until Destroy.
+  // A timer made before is released first. S_OK, or E_FAIL with no timer.
   LONG Create(DWORD dwPeriod);
   LONG Destroy();
   // Waits for the next tick: S_OK, or E_FAIL with no timer or a failed wait.
