@@ -18,3 +18,6 @@
 #include <orvek/threads/TempObjects.h>
 #include <orvek/threads/ThreadControl.h>
 #include <orvek/threads/Timers.h>
+
+#include <orvek/tuning/model/ParamRules.h>
+#include <orvek/tuning/model/ParamTypes.h>

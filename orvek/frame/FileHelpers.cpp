@@ -124,7 +124,8 @@ void COrvekGlobals::CSTRtoWSTR(const char* text, std::vector<wchar_t>* result) {
   if (!result) return;
   const int n = text ? static_cast<int>(std::min<std::size_t>(std::strlen(text), 1000)) : 0;
   result->resize(static_cast<std::size_t>(n) + 1, 0);
-  if (!text) return;
+  // A null text converts as the empty one: just the closing zero.
+  if (!text) text = "";
   // n + 1 bytes, so the closing zero comes along unless the text was cut.
   MultiByteToWideChar(CP_ACP, 0, text, n + 1, result->data(), n + 1);
 }

@@ -7,9 +7,11 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <condition_variable>
 #include <cstdio>
 #include <cstring>
@@ -196,11 +198,13 @@ std::unordered_map<DWORD, std::shared_ptr<MsgQueue>>& queues() {
 struct QueueOwner {
   std::shared_ptr<MsgQueue> queue;
   DWORD tid = 0;
-  ~QueueOwner() {
+  ~QueueOwner() { drop(); }
+  void drop() {
     if (!queue) return;
     std::lock_guard<std::mutex> g(queuesLock());
     auto it = queues().find(tid);
     if (it != queues().end() && it->second == queue) queues().erase(it);
+    queue.reset();
   }
 };
 thread_local QueueOwner t_queue;
@@ -374,7 +378,9 @@ using Clock = std::chrono::steady_clock;
 int remainingMs(DWORD timeout, Clock::time_point start) {
   if (timeout == INFINITE) return -1;
   const auto spent = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
-  return spent >= static_cast<long long>(timeout) ? 0 : static_cast<int>(timeout - spent);
+  if (spent >= static_cast<long long>(timeout)) return 0;
+  // poll takes an int; a longer wait goes round the loop again.
+  return static_cast<int>(std::min<long long>(static_cast<long long>(timeout) - spent, INT_MAX));
 }
 
 DWORD waitAny(std::vector<Ref>& refs, DWORD timeout) {
@@ -484,6 +490,9 @@ void threadMain(ThreadObj* t) {
     code = t->abandonCode;
   }
   if (gate == ThreadObj::Open) code = t->start(t->parameter);
+  // The queue goes before the handle is signalled: a post to a thread that
+  // has ended fails instead of landing in a queue nobody reads.
+  t_queue.drop();
   t->exit = toFileTime(nowAsFileTime());
   t->exitCode.store(code);
   t->ended.store(true);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <cwchar>
 #include <cwctype>
@@ -130,20 +131,27 @@ int vformat(std::string& out, const char* fmt, va_list args) {
 }
 
 int vformat(std::wstring& out, const wchar_t* fmt, va_list args) {
-  // vswprintf tells only that the buffer was too small, so grow until it fits.
-  std::vector<wchar_t> buf(256);
-  for (;;) {
-    va_list copy;
-    va_copy(copy, args);
-    const int n = std::vswprintf(buf.data(), buf.size(), fmt, copy);
-    va_end(copy);
-    if (n >= 0) {
-      out.assign(buf.data(), static_cast<std::size_t>(n));
-      return n;
-    }
-    if (buf.size() > (1u << 26)) return -1;  // an encoding error, not a size
-    buf.resize(buf.size() * 4);
+  // vswprintf fails alike for a small buffer and for a text it cannot convert,
+  // so only the first try uses a fixed buffer; a memory stream then grows as
+  // needed and a failure there is a real one.
+  wchar_t small[256];
+  va_list copy;
+  va_copy(copy, args);
+  int n = std::vswprintf(small, sizeof small / sizeof small[0], fmt, copy);
+  va_end(copy);
+  if (n >= 0) {
+    out.assign(small, static_cast<std::size_t>(n));
+    return n;
   }
+  wchar_t* buf = nullptr;
+  std::size_t size = 0;
+  FILE* stream = open_wmemstream(&buf, &size);
+  if (!stream) return -1;
+  n = std::vfwprintf(stream, fmt, args);
+  std::fclose(stream);
+  if (n >= 0) out.assign(buf, size);
+  std::free(buf);
+  return n;
 }
 
 inline std::size_t slen(const char* s) { return std::strlen(s); }

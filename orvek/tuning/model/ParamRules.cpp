@@ -1,0 +1,154 @@
+#include <orvek/tuning/model/ParamRules.h>
+
+#include <climits>
+#include <cmath>
+#include <cwchar>
+
+void CDlgParamTuneNotify::OnParamChanged(void*) {}
+
+unsigned int CDlgParamTuneNotify::GetParamNotifyElapse(void*) { return 20; }
+
+void CDlgParamTuneNotify::OnParamChanged(void* pContext, void* pValue) {
+  if (pContext) static_cast<CDlgParamTuneNotify*>(pContext)->OnParamChanged(pValue);
+}
+
+namespace ParamRules {
+
+int TruncToInt(double value) {
+  if (std::isnan(value)) return 0;
+  if (value >= 2147483647.0) return INT_MAX;
+  if (value <= -2147483648.0) return INT_MIN;
+  return static_cast<int>(value);
+}
+
+int FloatToPos(float value, double dMin, double dMax) {
+  return TruncToInt((static_cast<double>(value) - dMin) / (dMax - dMin) * 256.0);
+}
+
+float PosToFloat(int pos, double dMin, double dMax) {
+  return static_cast<float>((dMax - dMin) * pos * 0.00390625 + dMin);
+}
+
+float ClampFloat(float value, double dMin, double dMax) {
+  const float lo = static_cast<float>(dMin), hi = static_cast<float>(dMax);
+  const float t = lo > value ? lo : value;  // NaN value: t stays NaN
+  return hi > t ? t : hi;
+}
+
+int ClampInt(int value, double dMin, double dMax) {
+  const int lo = TruncToInt(dMin), hi = TruncToInt(dMax);
+  const int t = lo > value ? lo : value;
+  return hi > t ? t : hi;
+}
+
+int FloatDecimals(double dMin, double dMax) {
+  float step = static_cast<float>(dMax - dMin) * 0.00390625f;
+  if (!(step > 0.0f)) return 0;  // crossing bounds, equal bounds, NaN
+  int d = 0;
+  while (step < 1.0f && step != 0.0f) {
+    step *= 10.0f;
+    ++d;
+  }
+  return d;
+}
+
+CStringW FloatText(float value, double dMin, double dMax) {
+  CStringW format, text;
+  format.Format(L"%%.%df", FloatDecimals(dMin, dMax));
+  text.Format(format.GetString(), static_cast<double>(value));
+  return text;
+}
+
+CStringW IntText(int value) {
+  CStringW text;
+  text.Format(L"%d", value);
+  return text;
+}
+
+const wchar_t* TypeFormat(eParamTypeV2 eType) {
+  switch (eType) {
+    case ePT_Float: return L"%f";
+    case ePT_Bool:
+    case ePT_Int:
+    case ePT_List: return L"%d";
+    default: return L"";
+  }
+}
+
+void SavePool(std::vector<tagParamInfoV2>* params, std::vector<tagParamChoice*>* blocks, CStringArray** pool) {
+  // The old texts are read while the new pool is filled, so the old pool
+  // lives until the end.
+  auto* fresh = new CStringArray;
+  for (auto& p : *params) {
+    const int at = fresh->Add(CStringW(p.pszName ? p.pszName : L""));
+    p.pszName = fresh->GetAt(at).GetString();
+    if (p.nChoices > 0 && p.pChoices) {
+      auto* block = new tagParamChoice[static_cast<std::size_t>(p.nChoices)];
+      blocks->push_back(block);
+      for (int c = 0; c < p.nChoices; ++c) {
+        block[c].dValue = p.pChoices[c].dValue;
+        const int t = fresh->Add(CStringW(p.pChoices[c].pszText ? p.pChoices[c].pszText : L""));
+        block[c].pszText = fresh->GetAt(t).GetString();
+      }
+      p.pChoices = block;
+    } else {
+      p.pChoices = nullptr;
+      p.nChoices = 0;
+    }
+  }
+  delete *pool;
+  *pool = fresh;
+}
+
+void CountGroups(const std::vector<tagParamInfoV2>& params, int* pnGroups, int* pnItems) {
+  int groups = 0, widest = 0, running = 0;
+  for (const auto& p : params) {
+    if (p.eType == ePT_Group) {
+      ++groups;
+      if (running > widest) widest = running;
+      running = 0;
+    } else {
+      ++running;
+    }
+  }
+  if (running > widest) widest = running;
+  if (!params.empty() && params.front().eType != ePT_Group) ++groups;
+  *pnGroups = groups;
+  *pnItems = widest;
+}
+
+void ColumnsRows(int nItems, int nGroups, const TabGrowth& tabs, int* pnColumns, int* pnRows) {
+  *pnColumns = 0;
+  *pnRows = 0;
+  if (nItems < 1) return;
+  float best = 0.0f;
+  for (int r = 1; r <= nItems; ++r) {
+    const int c = (nItems + r - 1) / r;
+    int w = c * ITEM_WIDTH + (c - 1) * COLUMN_GAP;
+    int h = r * ITEM_HEIGHT + (r - 1) * ROW_GAP;
+    if (nGroups > 1) {
+      w = 2 * TAB_MARGIN_X + w + tabs.left + tabs.right;
+      h = 2 * TAB_MARGIN_Y + h + tabs.top + tabs.bottom;
+    }
+    const float score = static_cast<float>(w < h ? w : h) / static_cast<float>(w < h ? h : w);
+    // On a tie the later trial, with more rows, wins.
+    if (score >= best) {
+      best = score;
+      *pnColumns = c;
+      *pnRows = r;
+    }
+  }
+}
+
+SIZE BlockSize(int nColumns, int nRows) {
+  return SIZE{nColumns * ITEM_WIDTH + (nColumns - 1) * COLUMN_GAP + 2 * MARGIN_X,
+              nRows * ITEM_HEIGHT + (nRows - 1) * ROW_GAP + 2 * MARGIN_Y};
+}
+
+POINT CellCorner(int p, int nRows, int offsetX, int offsetY) {
+  if (nRows < 1) return POINT{MARGIN_X + offsetX, MARGIN_Y + offsetY};
+  return POINT{(COLUMN_GAP + ITEM_WIDTH) * (p / nRows) + MARGIN_X + offsetX,
+               (ROW_GAP + ITEM_HEIGHT) * (p % nRows) + MARGIN_Y + offsetY};
+}
+
+}  // namespace ParamRules
