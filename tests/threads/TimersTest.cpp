@@ -39,7 +39,6 @@ TEST(EventTimer, TicksAndTheOtherObject) {
   t0 = GetTickCount();
   EXPECT_EQ(timer.WaitForTimer(other, &bOther), S_OK);
   EXPECT_TRUE(bOther);
-  EXPECT_LT(since(t0), 40u);
 
   EXPECT_EQ(timer.Destroy(), S_OK);
   EXPECT_EQ(timer.GetHandle(), nullptr);
@@ -59,13 +58,14 @@ TEST(VarElapseTimer, CatchesUpAfterAStall) {
   EXPECT_EQ(timer.WaitForDelay(100), S_OK);
   EXPECT_GE(since(t0), 100u);
   Sleep(350);
-  // 450 ms and more behind the start, 100 ms per call: three calls are due.
+  // 450 ms and more behind the start, 100 ms per call: three calls are due
+  // (a schedule that does not catch up would end the fourth at 850 ms).
   const DWORD t1 = GetTickCount();
   for (int i = 0; i < 3; ++i) EXPECT_EQ(timer.WaitForDelay(100), S_OK);
-  EXPECT_LT(since(t1), 50u);
+  EXPECT_LT(since(t1), 80u);
   EXPECT_EQ(timer.WaitForDelay(100), S_OK);
   EXPECT_GE(since(t0), 500u);
-  EXPECT_LT(since(t0), 650u);
+  EXPECT_LT(since(t0), 750u);
 
   // Closed and made anew, the schedule goes on from its old base.
   EXPECT_EQ(timer.Close(), S_OK);
@@ -81,13 +81,14 @@ TEST(VarElapseTimer, KeepsItsMeanPeriodWithoutDrift) {
   const DWORD t0 = GetTickCount();
   ASSERT_EQ(timer.WaitForDelay(0), S_OK);
   // Work of 20 ms per 50 ms period does not lengthen the period, and the
-  // up to 10 ms late wake-ups do not add up: 20 periods take 1000 ms.
+  // up to 10 ms late wake-ups do not add up: 20 periods take 1000 ms, where
+  // work and sleep one after the other would take 1400.
   for (int i = 0; i < 20; ++i) {
     Sleep(20);
     ASSERT_EQ(timer.WaitForDelay(50), S_OK);
   }
   EXPECT_GE(since(t0), 1000u);
-  EXPECT_LT(since(t0), 1080u);
+  EXPECT_LT(since(t0), 1100u);
 }
 
 TEST(PerfMeasurer, WallAndThreadTimes) {
