@@ -14,6 +14,12 @@
 
 #include <orvek/frame/OrvekGlobals.h>
 
+#include <orvek/threads/MTPtrStorage.h>
+#include <orvek/threads/ResourceLock.h>
+#include <orvek/threads/TempObjects.h>
+#include <orvek/threads/ThreadControl.h>
+#include <orvek/threads/Timers.h>
+
 #include <orvek/tuning/model/ParamRules.h>
 #include <orvek/tuning/model/ParamTypes.h>
 
