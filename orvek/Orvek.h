@@ -34,3 +34,7 @@
 #include <orvek/signal/LinInterp.h>
 #include <orvek/signal/ScatteredArray.h>
 #include <orvek/signal/SoftValueChanger.h>
+
+#include <orvek/persistence/IniFile.h>
+#include <orvek/persistence/LogFile.h>
+#include <orvek/persistence/SizeStructFile.h>
