@@ -10,6 +10,11 @@
 #include <orvek/platform/core/Sync.h>
 #include <orvek/platform/core/Types.h>
 #include <orvek/platform/gfx/GraphicsSession.h>
+#include <orvek/platform/ui/Controls.h>
+#include <orvek/platform/ui/Dc.h>
+#include <orvek/platform/ui/Gdi.h>
+#include <orvek/platform/ui/Messages.h>
+#include <orvek/platform/ui/Wnd.h>
 
 #include <orvek/frame/OrvekGlobals.h>
 

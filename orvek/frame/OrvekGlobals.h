@@ -58,6 +58,15 @@ class ORVEK_API COrvekGlobals {
   // ---- placement of rectangles ----
 
   // ---- event loop for hosts without one ----
+
+  // Processes window messages, paints and timers on the calling (GUI)
+  // thread for that many milliseconds, then returns. Without an application
+  // object it only waits.
+  static void PumpMessages(DWORD dwMilliseconds);
+  // Runs until no visible top-level window is left or WM_QUIT arrives in
+  // the thread's queue (PostQuitMessage, PostThreadMessageW). Returns the
+  // exit code of WM_QUIT, else 0; returns at once when nothing is visible.
+  static int RunMessageLoop();
 };
 
 template <>

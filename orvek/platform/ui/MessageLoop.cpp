@@ -1,0 +1,64 @@
+// The event loop that the library lends to hosts without one of their own.
+#include <orvek/frame/OrvekGlobals.h>
+
+#include <QApplication>
+#include <QEventLoop>
+#include <QTimer>
+#include <QWidget>
+
+#include <orvek/platform/core/Kernel.h>
+
+namespace {
+
+bool anyVisibleWindow() {
+  for (const QWidget* w : QApplication::topLevelWidgets()) {
+    if (!w->isVisible()) continue;
+    switch (w->windowType()) {
+      case Qt::Popup:
+      case Qt::ToolTip:
+      case Qt::Desktop:
+        continue;
+      default:
+        return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+void COrvekGlobals::PumpMessages(DWORD dwMilliseconds) {
+  if (!qobject_cast<QApplication*>(QCoreApplication::instance())) {
+    Sleep(dwMilliseconds);
+    return;
+  }
+  QEventLoop loop;
+  QTimer::singleShot(std::chrono::milliseconds(dwMilliseconds), Qt::PreciseTimer, &loop, &QEventLoop::quit);
+  loop.exec();
+}
+
+int COrvekGlobals::RunMessageLoop() {
+  if (!qobject_cast<QApplication*>(QCoreApplication::instance())) return 0;
+  QEventLoop loop;
+  int code = 0;
+  // WM_QUIT comes through the core's thread queue, which does not wake Qt:
+  // the loop looks for it, and for the last window, every few ms.
+  auto check = [&] {
+    MSG m;
+    if (PeekMessageW(&m, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE)) {
+      code = static_cast<int>(m.wParam);
+      loop.exit();
+    } else if (!anyVisibleWindow()) {
+      loop.exit();
+    }
+  };
+  MSG m;
+  if (PeekMessageW(&m, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE)) return static_cast<int>(m.wParam);
+  if (!anyVisibleWindow()) return 0;
+  QTimer poll;
+  poll.setInterval(20);
+  QObject::connect(&poll, &QTimer::timeout, &loop, check);
+  poll.start();
+  loop.exec();
+  return code;
+}
