@@ -9,6 +9,7 @@
 #include <orvek/platform/core/Strings.h>
 #include <orvek/platform/core/Sync.h>
 #include <orvek/platform/core/Types.h>
+#include <orvek/platform/gfx/Gdiplus.h>
 #include <orvek/platform/gfx/GraphicsSession.h>
 #include <orvek/platform/ui/Controls.h>
 #include <orvek/platform/ui/Dc.h>
@@ -17,6 +18,9 @@
 #include <orvek/platform/ui/Wnd.h>
 
 #include <orvek/frame/OrvekGlobals.h>
+
+#include <orvek/plotting/drawer/AxesDrawerBase.h>
+#include <orvek/plotting/drawer/GraphDrawer.h>
 
 #include <orvek/tuning/model/ParamRules.h>
 #include <orvek/tuning/model/ParamTypes.h>

@@ -57,6 +57,20 @@ class ORVEK_API COrvekGlobals {
 
   // ---- placement of rectangles ----
 
+  // Moves the rectangle to the closest place, by whole edge-to-edge steps,
+  // that lies inside the bounds and intersects none of the used rectangles.
+  // True if it found one or needed none (then the rectangle stays as it is,
+  // in the bounds or not); false leaves it where it was. A null list counts
+  // as empty.
+  static bool CalculateClosestNonIntersectRect(CRect* rect, CRect& bounds, std::vector<CRect>* used);
+
+ private:
+  static bool IsRectIntersects(CRect& rect, std::vector<CRect>* used);
+  static bool AddToRectStat(CRect* rect, CSize& offset, float* bestDistance, CRect* bestRect, CRect& bounds,
+                            std::vector<CRect>* used);
+
+ public:
+
   // ---- event loop for hosts without one ----
 
   // Processes window messages, paints and timers on the calling (GUI)

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+
+#include <QFont>
+#include <QImage>
+#include <QPainter>
+#include <QRect>
+
+#include <orvek/platform/gfx/Gdiplus.h>
+
+struct Gdiplus::Bitmap::Impl {
+  QImage image;
+};
+
+struct Gdiplus::Font::Impl {
+  QFont font;
+};
+
+struct Gdiplus::Graphics::Impl {
+  std::unique_ptr<QPainter> owned;
+  QPainter* painter = nullptr;
+  QImage* image = nullptr;  // the target when it is a bitmap
+  SmoothingMode smoothing = SmoothingModeNone;
+  bool clipped = false;
+  QRect clip;
+};
+
+namespace orvek_gfx {
+QPen ToQPen(const Gdiplus::Pen& pen);
+}

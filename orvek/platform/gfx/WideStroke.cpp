@@ -1,0 +1,222 @@
+#include <orvek/platform/gfx/WideStroke_p.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace orvek_gfx {
+
+namespace {
+
+// Coordinates beyond this are pulled in; inside the bitmap the slope of such
+// a segment changes by less than a thousandth of a pixel.
+constexpr float kFar = 4.0e6f;
+
+// x * a / 255 on each byte of a pixel, rounded.
+inline std::uint32_t ByteMul(std::uint32_t x, std::uint32_t a) {
+  std::uint32_t t = (x & 0xff00ffu) * a;
+  t = ((t + ((t >> 8) & 0xff00ffu) + 0x800080u) >> 8) & 0xff00ffu;
+  x = ((x >> 8) & 0xff00ffu) * a;
+  x = (x + ((x >> 8) & 0xff00ffu) + 0x800080u) & 0xff00ff00u;
+  return x | t;
+}
+
+inline std::uint32_t Premultiply(std::uint32_t argb) {
+  const std::uint32_t a = argb >> 24;
+  return (ByteMul(argb | 0xff000000u, a) & 0x00ffffffu) | (a << 24);
+}
+
+}  // namespace
+
+WideStroker& ThreadStroker() {
+  thread_local WideStroker stroker;
+  return stroker;
+}
+
+void WideStroker::Stroke(const PixelTarget& target, const Gdiplus::PointF* points, int count, float width,
+                         std::uint32_t argb) {
+  if (!target.bits || count < 2 || !(width > 0) || !std::isfinite(width)) return;
+  const int left = std::max(target.clipLeft, 0), right = std::min(target.clipRight, target.width);
+  const int top = std::max(target.clipTop, 0), bottom = std::min(target.clipBottom, target.height);
+  if (left >= right || top >= bottom || (argb >> 24) == 0) return;
+
+  m_colBase = left;
+  m_cols = right - left;
+  m_height = target.height;
+  m_rows = target.height + 2;
+  m_xLo = static_cast<float>(left);
+  m_xHi = static_cast<float>(right);
+  const std::size_t cells = static_cast<std::size_t>(m_cols) * static_cast<std::size_t>(m_rows);
+  if (m_cells.size() < cells) m_cells.resize(cells, 0.0f);  // kept all zero between strokes
+  m_box[0] = m_cols;  // columns and cells that the stroke can touch
+  m_box[1] = m_rows;
+  m_box[2] = m_box[3] = 0;
+
+  // Runs of finite points; a point that is not finite breaks the line.
+  const float halfWidth = width * 0.5f;
+  m_run.clear();
+  for (int i = 0; i <= count; ++i) {
+    const bool finite = i < count && std::isfinite(points[i].X) && std::isfinite(points[i].Y);
+    if (finite) {
+      Gdiplus::PointF p(std::clamp(points[i].X, -kFar, kFar), std::clamp(points[i].Y, -kFar, kFar));
+      if (m_run.empty() || p.X != m_run.back().X || p.Y != m_run.back().Y) m_run.push_back(p);
+      continue;
+    }
+    if (m_run.size() >= 2) {
+      float x0 = m_run[0].X, x1 = x0, y0 = m_run[0].Y, y1 = y0;
+      for (const Gdiplus::PointF& p : m_run) {
+        x0 = std::min(x0, p.X), x1 = std::max(x1, p.X);
+        y0 = std::min(y0, p.Y), y1 = std::max(y1, p.Y);
+      }
+      const float pad = halfWidth + 2.0f;
+      m_box[0] = std::min(m_box[0], static_cast<int>(std::clamp(x0 - pad - m_xLo, 0.0f, static_cast<float>(m_cols))));
+      m_box[2] = std::max(m_box[2], static_cast<int>(std::clamp(x1 + pad - m_xLo, 0.0f, static_cast<float>(m_cols))));
+      m_box[1] = std::min(m_box[1], static_cast<int>(std::clamp(y0 - pad, 0.0f, static_cast<float>(m_rows))));
+      m_box[3] = std::max(m_box[3], static_cast<int>(std::clamp(y1 + pad, 0.0f, static_cast<float>(m_rows))));
+      Outline(m_run.data(), static_cast<int>(m_run.size()), halfWidth);
+    }
+    m_run.clear();
+  }
+  PixelTarget clipped = target;
+  clipped.clipTop = top;
+  clipped.clipBottom = bottom;
+  Blend(clipped, argb);
+}
+
+// The outline runs forward along the left side and back along the right one.
+// At a corner the inner side passes through the vertex and the outer side
+// takes the bevel, so the enclosed area is the union of the segments'
+// rectangles and the bevel triangles, with overlaps counted twice.
+void WideStroker::Outline(const Gdiplus::PointF* p, int n, float halfWidth) {
+  float ux = 0, uy = 0;  // direction of the previous segment
+  for (int i = 0; i + 1 < n; ++i) {
+    const float dx = p[i + 1].X - p[i].X, dy = p[i + 1].Y - p[i].Y;
+    const float len = std::sqrt(dx * dx + dy * dy);
+    const float vx = dx / len, vy = dy / len;
+    const float nx = -vy * halfWidth, ny = vx * halfWidth;
+    const float ax = p[i].X, ay = p[i].Y, bx = p[i + 1].X, by = p[i + 1].Y;
+    if (i == 0) {
+      Edge(ax - nx, ay - ny, ax + nx, ay + ny);  // start cap
+    } else {
+      const float pnx = -uy * halfWidth, pny = ux * halfWidth;
+      const float cross = ux * vy - uy * vx;
+      if (cross > 0) {  // turning towards the left side: it is the inner one
+        Edge(ax + pnx, ay + pny, ax, ay);
+        Edge(ax, ay, ax + nx, ay + ny);
+        Edge(ax - nx, ay - ny, ax - pnx, ay - pny);
+      } else {
+        Edge(ax + pnx, ay + pny, ax + nx, ay + ny);
+        Edge(ax - nx, ay - ny, ax, ay);
+        Edge(ax, ay, ax - pnx, ay - pny);
+      }
+    }
+    Edge(ax + nx, ay + ny, bx + nx, by + ny);
+    Edge(bx - nx, by - ny, ax - nx, ay - ny);
+    if (i + 2 == n) Edge(bx + nx, by + ny, bx - nx, by - ny);  // end cap
+    ux = vx;
+    uy = vy;
+  }
+}
+
+// Adds one directed edge to the columns it crosses. Columns are the scan
+// lines here: within a column, cell t gains the part of the edge's crossing
+// that lies above the cell's end, and the running sum down the column is
+// the signed area. What lies above the bitmap counts at the top; what lies
+// below it is dropped.
+void WideStroker::Edge(float x0, float y0, float x1, float y1) {
+  if (x0 == x1) return;
+  float dir = 1.0f;
+  if (x0 > x1) {
+    std::swap(x0, x1);
+    std::swap(y0, y1);
+    dir = -1.0f;
+  }
+  const float xa = std::max(x0, m_xLo), xb = std::min(x1, m_xHi);
+  if (xa >= xb) return;
+  const int c0 = static_cast<int>(xa);  // xa >= 0: truncation is floor
+  const float h = static_cast<float>(m_height);
+  if (xb <= static_cast<float>(c0 + 1) && xa == x0 && xb == x1 && y0 >= 0 && y1 >= 0 && y0 <= h && y1 <= h) {
+    Deposit(c0, (x1 - x0) * dir, y0, y1);  // the common case: one column, inside
+    return;
+  }
+  const float dydx = (y1 - y0) / (x1 - x0);
+  const int c1 = static_cast<int>(std::ceil(xb));
+  float ya = xa == x0 ? y0 : y0 + (xa - x0) * dydx;
+  for (int c = c0; c < c1; ++c) {
+    const float xs = std::max(static_cast<float>(c), xa);
+    const float xe = std::min(static_cast<float>(c + 1), xb);
+    const float yb = xe == x1 ? y1 : y0 + (xe - x0) * dydx;
+    const float d = (xe - xs) * dir;
+    const float lo = std::min(ya, yb), hi = std::max(ya, yb);
+    if (lo >= 0 && hi <= h) {
+      Deposit(c, d, ya, yb);
+    } else if (hi <= 0) {
+      Deposit(c, d, 0, 0);
+    } else if (lo < h) {
+      const float above = lo < 0 ? -lo / (hi - lo) : 0.0f;
+      const float below = hi > h ? (hi - h) / (hi - lo) : 0.0f;
+      if (above > 0) Deposit(c, d * above, 0, 0);
+      Deposit(c, d * (1.0f - above - below), std::clamp(ya, 0.0f, h), std::clamp(yb, 0.0f, h));
+    }
+    ya = yb;
+  }
+}
+
+// The part of an edge inside one column, from row position ta to tb, both
+// within 0 and the height.
+inline void WideStroker::Deposit(int col, float d, float ta, float tb) {
+  float* a = m_cells.data() + static_cast<std::size_t>(col - m_colBase) * static_cast<std::size_t>(m_rows);
+  const float t0 = std::min(ta, tb), t1 = std::max(ta, tb);
+  const int i0 = static_cast<int>(t0);
+  const float f0 = static_cast<float>(i0);
+  if (t1 <= f0 + 1.0f) {
+    const float m = 0.5f * (ta + tb) - f0;
+    a[i0] += d - d * m;
+    a[i0 + 1] += d * m;
+    return;
+  }
+  int i1 = static_cast<int>(t1);
+  if (static_cast<float>(i1) < t1) ++i1;
+  const float s = 1.0f / (t1 - t0);
+  const float r0 = t0 - f0;
+  const float a0 = 0.5f * s * (1.0f - r0) * (1.0f - r0);
+  const float r1 = t1 - static_cast<float>(i1) + 1.0f;
+  const float am = 0.5f * s * r1 * r1;
+  a[i0] += d * a0;
+  if (i1 == i0 + 2) {
+    a[i0 + 1] += d * (1.0f - a0 - am);
+  } else {
+    const float a1 = s * (1.5f - r0);
+    a[i0 + 1] += d * (a1 - a0);
+    const float step = d * s;
+    for (int i = i0 + 2; i < i1 - 1; ++i) a[i] += step;
+    const float a2 = a1 + static_cast<float>(i1 - i0 - 3) * s;
+    a[i1 - 1] += d * (1.0f - a2 - am);
+  }
+  a[i1] += d * am;
+}
+
+// Turns the running sums into coverage, blends the pen's colour with it and
+// leaves the buffer zero again.
+void WideStroker::Blend(const PixelTarget& target, std::uint32_t argb) {
+  const std::uint32_t color = Premultiply(argb);
+  const int c0 = std::max(m_box[0], 0), c1 = std::min(m_box[2], m_cols);
+  const int r0 = std::max(m_box[1], 0), r1 = std::min(m_box[3], m_rows);
+  for (int k = c0; k < c1; ++k) {
+    float* a = m_cells.data() + static_cast<std::size_t>(k) * static_cast<std::size_t>(m_rows);
+    std::uint32_t* px = target.bits + (m_colBase + k);
+    float acc = 0;
+    for (int t = r0; t < r1; ++t) {
+      acc += a[t];
+      a[t] = 0;
+      if (t < target.clipTop || t >= target.clipBottom) continue;
+      const float cov = std::fabs(acc);
+      const std::uint32_t c8 = cov >= 1.0f ? 255u : std::min(255u, static_cast<std::uint32_t>(cov * 256.0f));
+      if (c8 == 0) continue;
+      std::uint32_t& dst = px[static_cast<std::ptrdiff_t>(t) * target.stride];
+      const std::uint32_t src = c8 == 255 ? color : ByteMul(color, c8);
+      dst = src + ByteMul(dst, 255u - (src >> 24));
+    }
+  }
+}
+
+}  // namespace orvek_gfx

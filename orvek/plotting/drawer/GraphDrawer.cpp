@@ -1,0 +1,357 @@
+#include <orvek/plotting/drawer/GraphDrawer.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cwchar>
+#include <memory>
+
+using namespace Gdiplus;
+
+namespace {
+
+// double to int64 without overflow; NaN gives 0.
+std::int64_t Saturate(double v) {
+  if (!(v == v)) return 0;
+  return static_cast<std::int64_t>(std::clamp(v, -4.0e18, 4.0e18));
+}
+
+}  // namespace
+
+tagCurvePens::tagCurvePens()
+    : normal{Pen(Color(0xC080FF00u), 2.0f), Pen(Color(0xC0FF5A00u), 2.0f), Pen(Color(0xFF00FFFFu), 1.0f)},
+      highlight{Pen(Color(0xC08000FFu), 2.0f), Pen(Color(0xC000A5FFu), 2.0f), Pen(Color(0xFFFFFF00u), 2.0f)} {}
+
+// ---- CGraphDrawerBase ----
+
+CGraphDrawerBase::CGraphDrawerBase()
+    : m_bDataPending(0),
+      m_bAxesPending(0),
+      m_iDirtyFrom(0),
+      m_iDirtyTo(0),
+      m_pAxesBitmap(nullptr),
+      m_pFrameBitmap(nullptr),
+      m_rcPlot(0, 0, 0, 0),
+      m_gdiToken(0),
+      m_pGraphics(nullptr),
+      m_pGridPen(nullptr),
+      m_pFont(nullptr),
+      m_pTextBrush(nullptr) {}
+
+CGraphDrawerBase::~CGraphDrawerBase() = default;
+
+void CGraphDrawerBase::DrawCurves(Bitmap* pTarget, Bitmap* pBackground, int, int) {
+  if (!pTarget || !pBackground) return;
+  Graphics g(pTarget);
+  g.DrawImage(pBackground, 0, 0);
+  Pen red(Color(0xFFFF0000u), 1.0f);
+  g.DrawLine(&red, m_rcPlot.X, m_rcPlot.Y, m_rcPlot.Width, m_rcPlot.Height);
+}
+
+void CGraphDrawerBase::RedrawBackground(void) {}
+
+void CGraphDrawerBase::SetHighlight(int iCurve, int iFrom, int iTo, int nCurves) {
+  CSingleLock lock(&m_csData, TRUE);
+  if (iCurve < 0 || iCurve >= nCurves) return;
+  if (m_highlights.size() < static_cast<std::size_t>(nCurves)) m_highlights.resize(static_cast<std::size_t>(nCurves));
+  m_highlights[static_cast<std::size_t>(iCurve)] = std::make_pair(iFrom, iTo);
+}
+
+void CGraphDrawerBase::DrawGrid(int x1, int y1, int x2, int y2) {
+  if (m_pGraphics) m_pGraphics->DrawLine(m_pGridPen, x1, y1, x2, y2);
+}
+
+void CGraphDrawerBase::MeasureString(const wchar_t* pText, tagRECT* pRect) {
+  RectF box;
+  if (m_pGraphics && pText)
+    m_pGraphics->MeasureString(pText, static_cast<INT>(std::wcslen(pText)), m_pFont, RectF(0, 0, 0, 0), &box);
+  pRect->left = 0;
+  pRect->top = 0;
+  pRect->right = static_cast<LONG>(box.Width + 1.0f);
+  pRect->bottom = static_cast<LONG>(box.Height + 1.0f);
+}
+
+void CGraphDrawerBase::DrawString(const wchar_t* pText, const tagRECT* pRect) {
+  if (!m_pGraphics || !pText) return;
+  const RectF layout(static_cast<REAL>(pRect->left), static_cast<REAL>(pRect->top), 0, 0);
+  m_pGraphics->DrawString(pText, static_cast<INT>(std::wcslen(pText)), m_pFont, layout, m_pTextBrush);
+}
+
+void CGraphDrawerBase::MeasureAxisString(const wchar_t* pText, tagRECT* pRect, eAxis) { MeasureString(pText, pRect); }
+void CGraphDrawerBase::MeasureLegendString(const wchar_t* pText, tagRECT* pRect) { MeasureString(pText, pRect); }
+void CGraphDrawerBase::DrawAxisString(const wchar_t* pText, tagRECT* pRect, eAxis) { DrawString(pText, pRect); }
+void CGraphDrawerBase::DrawLegendString(const wchar_t* pText, tagRECT* pRect) { DrawString(pText, pRect); }
+
+// ---- CGraphDrawer ----
+
+int CGraphDrawer::ms_nInstances = 0;
+tagCurvePens* CGraphDrawer::ms_pPens = nullptr;
+
+CGraphDrawer::CGraphDrawer()
+    : m_dYMin(0.0),
+      m_dYMax(0.0),
+      m_iXFrom(0),
+      m_iXTo(0),
+      m_bResetAdaptation(1),
+      m_nCurves(0),
+      m_nXDivs(10),
+      m_nYDivs(10),
+      m_bAutoY(1),
+      m_bAutoX(1),
+      m_fXMin(0),
+      m_fXMax(0) {
+  ++ms_nInstances;
+}
+
+CGraphDrawer::~CGraphDrawer() {
+  if (--ms_nInstances == 0 && ms_pPens) {
+    delete ms_pPens;
+    ms_pPens = nullptr;
+  }
+}
+
+int CGraphDrawer::SamplesPerCurve() const {
+  return m_nCurves > 0 ? static_cast<int>(m_samples.size() / static_cast<std::size_t>(m_nCurves)) : 0;
+}
+
+void CGraphDrawer::GetDataMinMax(double* pMin, double* pMax) {
+  const std::size_t n = m_samples.size();
+  if (n == 0) return;
+  const double* s = m_samples.data();
+  // Four lanes, so that the comparisons do not wait on each other; a sample
+  // that is not a number never moves either end, as in a plain loop.
+  double lo[4] = {s[0], s[0], s[0], s[0]}, hi[4] = {s[0], s[0], s[0], s[0]};
+  std::size_t i = 1;
+  for (; i + 4 <= n; i += 4) {
+    for (int k = 0; k < 4; ++k) {
+      const double v = s[i + static_cast<std::size_t>(k)];
+      lo[k] = v < lo[k] ? v : lo[k];
+      hi[k] = v > hi[k] ? v : hi[k];
+    }
+  }
+  for (; i < n; ++i) {
+    lo[0] = s[i] < lo[0] ? s[i] : lo[0];
+    hi[0] = s[i] > hi[0] ? s[i] : hi[0];
+  }
+  for (int k = 1; k < 4; ++k) {
+    lo[0] = lo[k] < lo[0] ? lo[k] : lo[0];
+    hi[0] = hi[k] > hi[0] ? hi[k] : hi[0];
+  }
+  *pMin = lo[0];
+  *pMax = hi[0];
+}
+
+void CGraphDrawer::FitYRange(int bSmooth, double dMin, double dMax) {
+  double span = dMax - dMin;
+  if (span == 0) span = dMax * 0.1;
+  if (span == 0) span = 0.1;
+  const double margin = span * 0.1;
+  const double newMin = std::min(dMin, dMin - margin);
+  const double newMax = std::max(dMax, dMax + margin);
+  if (bSmooth && m_dYMin != m_dYMax) {
+    m_dYMin = m_dYMin * 0.8999999985098839 + newMin * 0.10000000149011612;
+    m_dYMax = m_dYMax * 0.8999999985098839 + newMax * 0.10000000149011612;
+  } else {
+    m_dYMin = newMin;
+    m_dYMax = newMax;
+  }
+}
+
+void CGraphDrawer::UpdateRanges(int iFrom, int iTo) {
+  CSingleLock lock(&m_csRange, TRUE);
+  if (m_bAutoY) {
+    double lo = 0.0, hi = 0.0;
+    GetDataMinMax(&lo, &hi);
+    FitYRange(!m_bResetAdaptation, lo, hi);
+    if (m_bAutoX) {
+      const int S = SamplesPerCurve();
+      int newFrom = 0, newTo = S;
+      if (m_iXFrom != m_iXTo && !m_bResetAdaptation) {
+        newTo = static_cast<int>(static_cast<float>(m_iXTo) * 0.9f + static_cast<float>(S) * 0.1f);
+        newFrom = static_cast<int>(static_cast<float>(m_iXFrom) * 0.9f);
+      }
+      m_iXFrom = newFrom;
+      m_iXTo = newTo;
+      m_fXMin = static_cast<float>(newFrom);
+      m_fXMax = static_cast<float>(newTo);
+    }
+    m_bAxesPending = 1;
+  }
+  if (!m_bDataPending) {
+    m_iDirtyFrom = iFrom;
+    m_iDirtyTo = iTo;
+  }
+  m_bDataPending = 1;
+  // A pending range keeps its start and takes the newest end, unless it is
+  // exactly the whole window.
+  if (m_iDirtyFrom != m_iXFrom || m_iDirtyTo != m_iXTo) m_iDirtyTo = iTo;
+  m_bResetAdaptation = 0;
+}
+
+void CGraphDrawer::SetROI(int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, double dYMin, double dYMax,
+                          float fYAxisMin, float fYAxisMax, int nYDivs) {
+  CSingleLock data(&m_csData, TRUE);
+  CSingleLock range(&m_csRange, TRUE);
+  m_bAutoY = 0;
+  m_bAutoX = 0;
+  m_fXMin = fXMax > fXMin ? fXMin : fXMax;
+  m_fXMax = fXMax > fXMin ? fXMax : fXMin;
+  const float yLabelMin = fYAxisMax > fYAxisMin ? fYAxisMin : fYAxisMax;
+  const float yLabelMax = fYAxisMax > fYAxisMin ? fYAxisMax : fYAxisMin;
+  m_iXFrom = iFrom;
+  m_iXTo = iTo;
+  m_nXDivs = nXDivs;
+  m_nYDivs = nYDivs;
+  m_dYMin = dYMin;  // unsorted: a reversed pair stands the curves upside down
+  m_dYMax = dYMax;
+  DrawBackground(m_pAxesBitmap, m_sTitle, m_fXMin, m_fXMax, m_nXDivs, m_sXName, yLabelMin, yLabelMax, m_nYDivs,
+                 m_sYName, m_rcPlot.X, m_rcPlot.Y, m_rcPlot.Width, m_rcPlot.Height);
+  DrawCurves(m_pFrameBitmap, m_pAxesBitmap, m_iXFrom, m_iXTo);
+}
+
+void CGraphDrawer::SetROIAutoY(int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, double dYMin, double dYMax,
+                               int nYDivs) {
+  CSingleLock data(&m_csData, TRUE);
+  CSingleLock range(&m_csRange, TRUE);
+  if (iFrom == m_iXFrom && iTo == m_iXTo && fXMin == m_fXMin && fXMax == m_fXMax && nXDivs == m_nXDivs &&
+      nYDivs == m_nYDivs && m_bAutoY == 1)
+    return;
+  m_iXFrom = iFrom;
+  m_iXTo = iTo;
+  m_fXMin = std::min(fXMin, fXMax);
+  m_fXMax = std::max(fXMin, fXMax);
+  m_nXDivs = nXDivs;
+  m_nYDivs = nYDivs;
+  m_bAutoY = 1;
+  m_bAutoX = 0;
+  double lo = 0.0, hi = 0.0;
+  GetDataMinMax(&lo, &hi);
+  if (dYMin < lo) lo = dYMin;
+  if (dYMax > hi) hi = dYMax;
+  FitYRange(0, lo, hi);
+  DrawBackground(m_pAxesBitmap, m_sTitle, m_fXMin, m_fXMax, m_nXDivs, m_sXName, static_cast<float>(m_dYMin),
+                 static_cast<float>(m_dYMax), m_nYDivs, m_sYName, m_rcPlot.X, m_rcPlot.Y, m_rcPlot.Width,
+                 m_rcPlot.Height);
+  DrawCurves(m_pFrameBitmap, m_pAxesBitmap, m_iXFrom, m_iXTo);
+}
+
+void CGraphDrawer::SetROIAutoY(int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, int nYDivs) {
+  SetROIAutoY(iFrom, iTo, fXMin, fXMax, nXDivs, 0.0, 0.0, nYDivs);
+}
+
+void CGraphDrawer::RedrawBackground(void) {
+  DrawBackground(m_pAxesBitmap, m_sTitle, m_fXMin, m_fXMax, m_nXDivs, m_sXName, static_cast<float>(m_dYMin),
+                 static_cast<float>(m_dYMax), m_nYDivs, m_sYName, m_rcPlot.X, m_rcPlot.Y, m_rcPlot.Width,
+                 m_rcPlot.Height);
+}
+
+void CGraphDrawer::DrawBackground(Bitmap* pTarget, const CStringW& sTitle, float fXMin, float fXMax, int nXDivs,
+                                  const CStringW& sXName, float fYMin, float fYMax, int nYDivs,
+                                  const CStringW& sYName, int nX, int nY, int nWidth, int nHeight) {
+  if (!pTarget) return;
+  Graphics g(pTarget);
+  g.Clear(Color(0xFF000000u));
+  Pen framePen(Color(0xFFC0C0C0u), 1.0f);
+  Pen gridPen(Color(0xFF808080u), 1.0f);
+  const float size =
+      std::min(static_cast<float>(m_rcPlot.Width) / 50.0f, static_cast<float>(m_rcPlot.Height) / 35.0f);
+  const FontFamily family(L"SmallFonts");
+  std::unique_ptr<Font> font(new Font(&family, size, FontStyleRegular, UnitPoint));
+  if (font->GetLastStatus() != Ok) font.reset(new Font(FontFamily::GenericSansSerif(), size, FontStyleRegular, UnitPoint));
+  SolidBrush textBrush(Color(0xFFFFFFFFu));
+  g.DrawRectangle(&framePen, 0, 0, m_rcPlot.Width - 1, m_rcPlot.Height - 1);
+  gridPen.SetDashStyle(DashStyleDot);
+
+  m_pGraphics = &g;
+  m_pGridPen = &gridPen;
+  m_pFont = font.get();
+  m_pTextBrush = &textBrush;
+  const tagRECT rect = {nX, nY, nX + nWidth, nY + nHeight};
+  DrawAxesIn(rect, sTitle, fXMin, fXMax, nXDivs, sXName, fYMin, fYMax, nYDivs, sYName, 1, 0);
+  m_pGraphics = nullptr;
+  m_pGridPen = nullptr;
+  m_pFont = nullptr;
+  m_pTextBrush = nullptr;
+}
+
+// Sample x of curve c goes to column (x - F) * (W - 1) / (E - F - 1) + X in
+// single precision and to a row in double precision, from m_dYMin (through
+// single precision) at the bottom to m_dYMax at the top. A flat range puts
+// every sample on the middle row.
+int CGraphDrawer::MapStroke(int c, int from, int end, int S) {
+  const int count = end - from;
+  if (count <= 0 || S <= 0) return 0;
+  if (m_points.size() < static_cast<std::size_t>(count)) m_points.resize(static_cast<std::size_t>(count));
+  const int X = m_rcPlot.X, Y = m_rcPlot.Y, W = m_rcPlot.Width, H = m_rcPlot.Height;
+  const float xScale = static_cast<float>(W - 1);
+  const float xSpan = static_cast<float>(static_cast<std::int64_t>(m_iXTo) - m_iXFrom - 1);
+  const float xOrigin = static_cast<float>(X);
+  const bool flat = m_dYMax == m_dYMin;
+  const double yBottom = static_cast<double>(Y - 1 + H);
+  const double yOffset = static_cast<double>(static_cast<float>(m_dYMin));
+  const double yScale = static_cast<double>(H - 1);
+  const double ySpan = m_dYMax - m_dYMin;
+  const float yMiddle = static_cast<float>(static_cast<double>(Y) + (H - 1) / 2.0);
+  const int offset = static_cast<std::size_t>(c) < m_rowOffsets.size() ? m_rowOffsets[static_cast<std::size_t>(c)] : 0;
+  int row = static_cast<int>((static_cast<std::int64_t>(offset) + from) % S);
+  const double* column = m_samples.data() + c;
+  const std::size_t stride = static_cast<std::size_t>(m_nCurves);
+  PointF* out = m_points.data();
+  for (int x = from; x < end; ++x) {
+    const double v = column[static_cast<std::size_t>(row) * stride];
+    if (++row == S) row = 0;
+    out->X = static_cast<float>(static_cast<std::int64_t>(x) - m_iXFrom) * xScale / xSpan + xOrigin;
+    out->Y = flat ? yMiddle : static_cast<float>(yBottom - (v - yOffset) * yScale / ySpan);
+    ++out;
+  }
+  return count;
+}
+
+void CGraphDrawer::DrawCurves(Bitmap* pTarget, Bitmap* pBackground, int iFrom, int iTo) {
+  CSingleLock range(&m_csRange, TRUE);
+  if (!pTarget || !pBackground) return;
+  Graphics g(pTarget);
+  const int X = m_rcPlot.X, W = m_rcPlot.Width, H = m_rcPlot.Height;
+  const std::int64_t F = m_iXFrom, E = m_iXTo;
+  // A window of fewer than two samples, or a plot of one column, has no scale:
+  // the whole plot is restored and no curve is drawn.
+  const bool scaled = E - F >= 2 && W >= 2;
+  std::int64_t left = X, right = static_cast<std::int64_t>(X) + W;
+  float fLeft = static_cast<float>(X);
+  if (scaled) {
+    const float xScale = static_cast<float>(W - 1), xSpan = static_cast<float>(E - F - 1);
+    const float a = static_cast<float>(iFrom - F) * xScale / xSpan;
+    const float b = static_cast<float>(iTo - F) * xScale / xSpan;
+    left = Saturate(std::floor(a)) - 1 + X;
+    const std::int64_t width = Saturate(std::ceil(b)) + 3 + X - left - 1;
+    fLeft = static_cast<float>(left);
+    right = left + width;
+  }
+  // The strip, kept inside the plot.
+  const int clipLeft = static_cast<int>(std::clamp<std::int64_t>(left, X, static_cast<std::int64_t>(X) + W));
+  const int clipRight = static_cast<int>(std::clamp<std::int64_t>(right, clipLeft, static_cast<std::int64_t>(X) + W));
+  g.SetClip(Rect(clipLeft, 0, clipRight - clipLeft, H), CombineModeReplace);
+  g.DrawImage(pBackground, clipLeft, 0, clipLeft, 0, clipRight - clipLeft, H, UnitPixel);
+  if (m_nCurves == 0 || !scaled) return;
+  g.SetSmoothingMode(SmoothingModeAntiAlias);
+
+  // The sample two pixels left of the clip, so the stroke enters it running.
+  const float xSpan = static_cast<float>(E - F - 1);
+  const std::int64_t first = Saturate(
+      std::floor(xSpan * (fLeft - static_cast<float>(X) - 2.0f) / static_cast<float>(W - 1) + static_cast<float>(F)));
+  if (!ms_pPens) ms_pPens = new tagCurvePens;
+  const int S = SamplesPerCurve();
+  const int start = static_cast<int>(std::max<std::int64_t>({first, F, 0}));
+  const int end = static_cast<int>(std::min<std::int64_t>({iTo, E, S}));
+  for (int c = 0; c < m_nCurves; ++c) {
+    int n = MapStroke(c, start, end, S);
+    if (n > 0) g.DrawLines(&ms_pPens->normal[c % 3], m_points.data(), n);
+    if (static_cast<std::size_t>(c) < m_highlights.size()) {
+      // Highlights go over their own curve and under later ones.
+      const int from = std::max(m_highlights[static_cast<std::size_t>(c)].first, 0);
+      const int stop = std::min(m_highlights[static_cast<std::size_t>(c)].second, end);
+      n = MapStroke(c, from, stop, S);
+      if (n > 0) g.DrawLines(&ms_pPens->highlight[c % 3], m_points.data(), n);
+    }
+  }
+}

@@ -1,0 +1,253 @@
+#include <gtest/gtest.h>
+
+#include <QImage>
+#include <QPainter>
+#include <QPen>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <orvek/frame/OrvekGlobals.h>
+#include <orvek/platform/gfx/QtInterop.h>
+#include <orvek/plotting/drawer/GraphDrawer.h>
+
+using namespace Gdiplus;
+
+namespace {
+
+// Fonts need the application object that the graphics session provides.
+class SessionEnvironment : public testing::Environment {
+ public:
+  void SetUp() override { ASSERT_EQ(COrvekGlobals::StartUp(), S_OK); }
+  void TearDown() override { COrvekGlobals::ShutDown(); }
+};
+testing::Environment* const g_session = testing::AddGlobalTestEnvironment(new SessionEnvironment);
+
+std::string Out(const char* name) { return std::string(ORVEK_TEST_BINARY_DIR) + "/" + name; }
+
+std::uint32_t Px(Bitmap& b, int x, int y) { return QtImage(&b)->pixel(x, y) & 0xFFFFFFu; }
+
+// A colour of full coverage over an opaque pixel, channel by channel.
+std::uint32_t Over(std::uint32_t argb, std::uint32_t dst) {
+  const double a = (argb >> 24) / 255.0;
+  std::uint32_t out = 0;
+  for (int shift = 0; shift <= 16; shift += 8) {
+    const double s = (argb >> shift) & 0xFF, d = (dst >> shift) & 0xFF;
+    out |= static_cast<std::uint32_t>(std::lround(s * a + d * (1 - a))) << shift;
+  }
+  return out;
+}
+
+int Distance(std::uint32_t p, std::uint32_t q) {
+  int d = 0;
+  for (int shift = 0; shift <= 16; shift += 8)
+    d = std::max(d, std::abs(static_cast<int>((p >> shift) & 0xFF) - static_cast<int>((q >> shift) & 0xFF)));
+  return d;
+}
+
+// A drawer with its own bitmaps, as the graph window sets it up.
+struct Graph {
+  CGraphDrawer d;
+  Bitmap axes, frame;
+  Graph(int w, int h) : axes(w, h), frame(w, h) {
+    d.m_rcPlot = Rect(0, 0, w, h);
+    d.m_pAxesBitmap = &axes;
+    d.m_pFrameBitmap = &frame;
+    d.m_sTitle = L"Signal";
+    d.m_sXName = L"sample";
+    d.m_sYName = L"volts";
+  }
+  ~Graph() { d.m_pAxesBitmap = d.m_pFrameBitmap = nullptr; }
+  void Paint() {  // the compose step of a paint
+    CSingleLock lock(&d.m_csData, TRUE);
+    if (d.m_bAxesPending) d.RedrawBackground();
+    d.m_bAxesPending = 0;
+    if (d.m_bDataPending) {
+      if (d.m_iDirtyFrom <= d.m_iDirtyTo) {
+        d.DrawCurves(&frame, &axes, d.m_iDirtyFrom, d.m_iDirtyTo);
+      } else {
+        d.DrawCurves(&frame, &axes, d.m_iDirtyFrom, 0x7FFFFFFF);
+        d.DrawCurves(&frame, &axes, 0, d.m_iDirtyTo);
+      }
+    }
+    d.m_bDataPending = 0;
+  }
+};
+
+const DWORD kNormal[3] = {0xC080FF00u, 0xC0FF5A00u, 0xFF00FFFFu};
+const DWORD kHighlight[3] = {0xC08000FFu, 0xC000A5FFu, 0xFFFFFF00u};
+
+}  // namespace
+
+TEST(Render, AxesGroundFrameAndDottedGrid) {
+  Graph g(400, 300);
+  g.d.SetROI(0, 100, 0, 100, 5, -1.0, 1.0, -1, 1, 4);
+  ASSERT_EQ(g.axes.SavePng(Out("render_axes.png").c_str()), Ok);
+  int black = 0, frame = 0;
+  for (int y = 1; y < 299; ++y)
+    for (int x = 1; x < 399; ++x) black += Px(g.axes, x, y) == 0;
+  for (int x = 0; x < 400; ++x) frame += (Px(g.axes, x, 0) == 0xC0C0C0) + (Px(g.axes, x, 299) == 0xC0C0C0);
+  for (int y = 0; y < 300; ++y) frame += (Px(g.axes, 0, y) == 0xC0C0C0) + (Px(g.axes, 399, y) == 0xC0C0C0);
+  EXPECT_GT(black, 398 * 298 * 8 / 10);
+  EXPECT_GT(frame, (800 + 600) * 9 / 10);
+  // The grid line at x = 20 is dotted: grey and black take turns.
+  const int column = CAxesDrawerBase::GetX({0, 0, 400, 300}, 0, 100, 20);
+  int grey = 0, isolated = 0;
+  for (int y = 40; y < 260; ++y) {
+    const bool on = Px(g.axes, column, y) == 0x808080;
+    grey += on;
+    isolated += on && Px(g.axes, column, y - 1) == 0 && Px(g.axes, column, y + 1) == 0;
+  }
+  EXPECT_GT(grey, 220 / 4);
+  EXPECT_LT(grey, 220 * 3 / 4);
+  EXPECT_GT(isolated, 40);
+  // Captions are white text, antialiased: light grey levels off the grid.
+  int text = 0;
+  for (int y = 0; y < 300; ++y)
+    for (int x = 0; x < 400; ++x) {
+      const std::uint32_t p = Px(g.axes, x, y);
+      text += (p & 0xFF) > 0xD0 && p == (p & 0xFF) * 0x010101u;
+    }
+  EXPECT_GT(text, 150);
+}
+
+TEST(Render, CurvesHighlightsAndStrips) {
+  // One data unit per row: value v lies on row 300 - v.
+  Graph g(400, 301);
+  g.d.SetROI(0, 100, 0, 99, 5, 0.0, 300.0, 0, 300, 4);
+  const double values[3] = {200.0, 100.0, 149.5};
+  for (int c = 0; c < 3; ++c) {
+    std::vector<double> flat(100, values[c]);
+    g.d.SetData(flat.data(), 100, 1, c, 3);
+  }
+  g.Paint();
+  ASSERT_EQ(g.frame.SavePng(Out("render_curves.png").c_str()), Ok);
+  auto expectRows = [&](int x0, int x1, int row, std::uint32_t argb, std::uint32_t over) {
+    int bad = 0;
+    for (int x = x0; x < x1; ++x) {
+      const std::uint32_t bg = Px(g.axes, x, row);
+      bad += Distance(Px(g.frame, x, row), Over(argb, over ? over : bg)) > 2;
+    }
+    return bad;
+  };
+  // 2-pixel pens on rows 99 and 100 and 199 and 200; the 1-pixel pen (Qt's
+  // own thin line, a little dimmer at its vertices) on row 150; the rows
+  // around them untouched.
+  for (int row : {99, 100}) EXPECT_EQ(expectRows(10, 390, row, kNormal[0], 0), 0) << row;
+  for (int row : {199, 200}) EXPECT_EQ(expectRows(10, 390, row, kNormal[1], 0), 0) << row;
+  for (int x = 10; x < 390; ++x) {
+    const std::uint32_t p = Px(g.frame, x, 150);
+    EXPECT_TRUE((p & 0xFF) >= 0xB0 && ((p >> 8) & 0xFF) == (p & 0xFF) && (p >> 16) < 0x30) << x;
+  }
+  for (int row : {97, 98, 101, 102, 148, 149, 151, 152, 197, 198, 201, 202})
+    for (int x = 10; x < 390; ++x) ASSERT_EQ(Px(g.frame, x, row), Px(g.axes, x, row)) << x << "," << row;
+
+  // A highlight of samples 20 to 39 of curve 0: its colour over that stretch
+  // only.
+  g.d.SetHighlight(0, 20, 40, 3);
+  g.d.DrawCurves(&g.frame, &g.axes, 0, 100);
+  ASSERT_EQ(g.frame.SavePng(Out("render_highlight.png").c_str()), Ok);
+  for (int x = 86; x < 152; ++x) {
+    const std::uint32_t under = Over(kNormal[0], Px(g.axes, x, 100));
+    EXPECT_LE(Distance(Px(g.frame, x, 100), Over(kHighlight[0], under)), 2) << x;
+  }
+  for (int x : {10, 60, 75, 165, 200, 380}) EXPECT_LE(Distance(Px(g.frame, x, 100), Over(kNormal[0], Px(g.axes, x, 100))), 2);
+
+  // A strip redraw of samples 40 to 60 after curve 0 moved to row 50: the
+  // columns 160 to 243 are redrawn, every other column stays as it was.
+  const QImage before = QtImage(&g.frame)->copy();
+  std::vector<double> moved(100, 250.0);
+  g.d.SetData(moved.data(), 100, 1, 0, 3);
+  g.d.DrawCurves(&g.frame, &g.axes, 40, 60);
+  ASSERT_EQ(g.frame.SavePng(Out("render_strip.png").c_str()), Ok);
+  for (int x = 0; x < 400; ++x) {
+    if (x >= 160 && x < 244) continue;
+    for (int y = 0; y < 301; ++y) ASSERT_EQ(QtImage(&g.frame)->pixel(x, y), before.pixel(x, y)) << x << "," << y;
+  }
+  EXPECT_EQ(expectRows(162, 236, 50, kNormal[0], 0), 0);  // sample 59 ends at column 237
+  for (int x = 162; x < 242; ++x) EXPECT_EQ(Px(g.frame, x, 100), Px(g.axes, x, 100)) << x;
+}
+
+TEST(Render, StripArithmeticAndWindowEdges) {
+  // Width 501 over samples 0 to 1000: samples 100 to 200 restore the columns
+  // 49 to 101, and the strokes start at sample 94.
+  Graph g(501, 60);
+  Graphics(&g.frame).Clear(Color(0xFFFFFFFFu));
+  Graphics(&g.axes).Clear(Color(0xFF204060u));
+  g.d.m_iXFrom = 0;
+  g.d.m_iXTo = 1001;
+  g.d.DrawCurves(&g.frame, &g.axes, 100, 200);  // no curves yet: the strip only
+  for (int x = 0; x < 501; ++x) EXPECT_EQ(Px(g.frame, x, 30), x >= 49 && x <= 101 ? 0x204060u : 0xFFFFFFu) << x;
+  std::vector<float> ramp(1001);
+  for (int i = 0; i < 1001; ++i) ramp[i] = static_cast<float>(i);
+  g.d.SetROI(0, 1001, 0, 1000, 5, 0.0, 1000.0, 0, 1000, 5);
+  g.d.SetData(ramp.data(), 1001, 1, 0, 1);
+  g.d.DrawCurves(&g.frame, &g.axes, 100, 200);
+  EXPECT_EQ(g.d.m_points[0].X, 47.0f);
+  EXPECT_EQ(g.d.m_points[0].Y, static_cast<float>(59.0 - 94.0 * 59.0 / 1000.0));
+
+  // An open right end and an equal Y range: no overflow, every sample on the
+  // middle row, and the strip stays inside the plot.
+  g.d.SetROI(0, 1001, 0, 1000, 5, 7.0, 7.0, 0, 1, 5);
+  g.d.DrawCurves(&g.frame, &g.axes, 900, 0x7FFFFFFF);
+  EXPECT_EQ(g.d.m_points[0].Y, 29.5f);
+  // A window of one sample shows no curve but still restores.
+  g.d.SetROI(5, 6, 0, 1, 5, 0.0, 1.0, 0, 1, 5);
+  g.d.DrawCurves(&g.frame, &g.axes, 0, 0x7FFFFFFF);
+  EXPECT_EQ(Px(g.frame, 250, 30), Px(g.axes, 250, 30));
+}
+
+TEST(Render, FastStrokesMatchTheWholePolyline) {
+  const int W = 1000, H = 600, N = 10000;
+  Graph g(W, H);
+  std::mt19937 rng(2024);
+  std::normal_distribution<double> noise(0.0, 0.1);
+  std::vector<std::vector<float>> curves(3, std::vector<float>(N));
+  for (int c = 0; c < 3; ++c)
+    for (int i = 0; i < N; ++i)
+      curves[c][i] = static_cast<float>(std::sin(i * 6.2832 * (c + 2) / N + c) * (1.0 - 0.2 * c) + noise(rng));
+  for (int c = 0; c < 3; ++c) g.d.SetData(curves[c].data(), N, 1, c, 3);
+  g.Paint();
+  ASSERT_EQ(g.d.m_iXTo, N);
+  ASSERT_EQ(g.frame.SavePng(Out("plot_frame.png").c_str()), Ok);
+
+  // The reference: the same vertices, each curve one Qt polyline with the
+  // same pen, over the same axes.
+  Bitmap reference(W, H);
+  Graphics(&reference).DrawImage(&g.axes, 0, 0);
+  {
+    QPainter p(QtImage(&reference));
+    p.setRenderHint(QPainter::Antialiasing);
+    const double yMin = g.d.m_dYMin, yMax = g.d.m_dYMax;
+    for (int c = 0; c < 3; ++c) {
+      QPolygonF line;
+      for (int x = 0; x < N; ++x) {
+        const float px = static_cast<float>(x) * static_cast<float>(W - 1) / static_cast<float>(N - 1);
+        const double v = curves[c][x];
+        const float py = static_cast<float>((H - 1) - (v - static_cast<float>(yMin)) * (H - 1) / (yMax - yMin));
+        line << QPointF(px, py);
+      }
+      p.setPen(QtPen(Pen(Color(kNormal[c]), c == 2 ? 1.0f : 2.0f)));
+      p.drawPolyline(line);
+    }
+  }
+  ASSERT_EQ(reference.SavePng(Out("plot_frame_reference.png").c_str()), Ok);
+  long within = 0, touched = 0, touchedWithin = 0;
+  for (int y = 0; y < H; ++y)
+    for (int x = 0; x < W; ++x) {
+      const std::uint32_t a = Px(g.frame, x, y), b = Px(reference, x, y), bg = Px(g.axes, x, y);
+      const bool ok = Distance(a, b) <= 8;
+      within += ok;
+      if (a != bg || b != bg) {
+        ++touched;
+        touchedWithin += ok;
+      }
+    }
+  EXPECT_GE(within, static_cast<long>(W) * H * 99 / 100);
+  EXPECT_GT(touched, W * H / 10);  // the curves cover a good part of the plot
+  EXPECT_GE(touchedWithin, touched * 99 / 100);
+}
