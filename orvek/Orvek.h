@@ -21,6 +21,8 @@
 
 #include <orvek/plotting/drawer/AxesDrawerBase.h>
 #include <orvek/plotting/drawer/GraphDrawer.h>
+#include <orvek/plotting/windows/GraphWnd.h>
+#include <orvek/plotting/windows/GraphsWindow.h>
 
 #include <orvek/tuning/model/ParamRules.h>
 #include <orvek/tuning/model/ParamTypes.h>
