@@ -303,9 +303,9 @@ Status Graphics::DrawLines(const Pen* pen, const PointF* points, INT count) {
     orvek_gfx::ThreadStroker().Stroke(t, points, count, pen->GetWidth(), color.GetValue());
     return Ok;
   }
-  QPolygonF polygon;
-  polygon.reserve(count);
-  for (INT i = 0; i < count; ++i) polygon.append(QPointF(points[i].X, points[i].Y));
+  thread_local QPolygonF polygon;  // kept, so that steady drawing allocates nothing
+  polygon.resize(count);
+  for (INT i = 0; i < count; ++i) polygon[i] = QPointF(points[i].X, points[i].Y);
   m_p->painter->setPen(orvek_gfx::ToQPen(*pen));
   m_p->painter->drawPolyline(polygon);
   return Ok;

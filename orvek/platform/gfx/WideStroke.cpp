@@ -90,8 +90,8 @@ void WideStroker::Outline(const Gdiplus::PointF* p, int n, float halfWidth) {
   float ux = 0, uy = 0;  // direction of the previous segment
   for (int i = 0; i + 1 < n; ++i) {
     const float dx = p[i + 1].X - p[i].X, dy = p[i + 1].Y - p[i].Y;
-    const float len = std::sqrt(dx * dx + dy * dy);
-    const float vx = dx / len, vy = dy / len;
+    const float inv = 1.0f / std::sqrt(dx * dx + dy * dy);
+    const float vx = dx * inv, vy = dy * inv;
     const float nx = -vy * halfWidth, ny = vx * halfWidth;
     const float ax = p[i].X, ay = p[i].Y, bx = p[i + 1].X, by = p[i + 1].Y;
     if (i == 0) {
@@ -124,6 +124,16 @@ void WideStroker::Outline(const Gdiplus::PointF* p, int n, float halfWidth) {
 // below it is dropped.
 void WideStroker::Edge(float x0, float y0, float x1, float y1) {
   if (x0 == x1) return;
+  const float h = static_cast<float>(m_height);
+  // Most edges of a dense signal lie in one column inside the bitmap.
+  const float lo = std::min(x0, x1);
+  if (lo >= m_xLo && y0 >= 0 && y1 >= 0 && y0 <= h && y1 <= h) {
+    const int c = static_cast<int>(lo);
+    if (std::max(x0, x1) <= static_cast<float>(c + 1) && c < m_colBase + m_cols) {
+      Deposit(c, x1 - x0, y0, y1);
+      return;
+    }
+  }
   float dir = 1.0f;
   if (x0 > x1) {
     std::swap(x0, x1);
@@ -133,11 +143,6 @@ void WideStroker::Edge(float x0, float y0, float x1, float y1) {
   const float xa = std::max(x0, m_xLo), xb = std::min(x1, m_xHi);
   if (xa >= xb) return;
   const int c0 = static_cast<int>(xa);  // xa >= 0: truncation is floor
-  const float h = static_cast<float>(m_height);
-  if (xb <= static_cast<float>(c0 + 1) && xa == x0 && xb == x1 && y0 >= 0 && y1 >= 0 && y0 <= h && y1 <= h) {
-    Deposit(c0, (x1 - x0) * dir, y0, y1);  // the common case: one column, inside
-    return;
-  }
   const float dydx = (y1 - y0) / (x1 - x0);
   const int c1 = static_cast<int>(std::ceil(xb));
   float ya = xa == x0 ? y0 : y0 + (xa - x0) * dydx;

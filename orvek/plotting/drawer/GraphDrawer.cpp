@@ -118,27 +118,31 @@ void CGraphDrawer::GetDataMinMax(double* pMin, double* pMax) {
   const std::size_t n = m_samples.size();
   if (n == 0) return;
   const double* s = m_samples.data();
-  // Four lanes, so that the comparisons do not wait on each other; a sample
-  // that is not a number never moves either end, as in a plain loop.
-  double lo[4] = {s[0], s[0], s[0], s[0]}, hi[4] = {s[0], s[0], s[0], s[0]};
+  // Four lanes in registers, so that the comparisons do not wait on each
+  // other; a sample that is not a number never moves either end, as in a
+  // plain loop.
+  double lo0 = s[0], lo1 = s[0], lo2 = s[0], lo3 = s[0];
+  double hi0 = s[0], hi1 = s[0], hi2 = s[0], hi3 = s[0];
   std::size_t i = 1;
   for (; i + 4 <= n; i += 4) {
-    for (int k = 0; k < 4; ++k) {
-      const double v = s[i + static_cast<std::size_t>(k)];
-      lo[k] = v < lo[k] ? v : lo[k];
-      hi[k] = v > hi[k] ? v : hi[k];
-    }
+    const double a = s[i], b = s[i + 1], c = s[i + 2], d = s[i + 3];
+    lo0 = a < lo0 ? a : lo0;
+    lo1 = b < lo1 ? b : lo1;
+    lo2 = c < lo2 ? c : lo2;
+    lo3 = d < lo3 ? d : lo3;
+    hi0 = a > hi0 ? a : hi0;
+    hi1 = b > hi1 ? b : hi1;
+    hi2 = c > hi2 ? c : hi2;
+    hi3 = d > hi3 ? d : hi3;
   }
   for (; i < n; ++i) {
-    lo[0] = s[i] < lo[0] ? s[i] : lo[0];
-    hi[0] = s[i] > hi[0] ? s[i] : hi[0];
+    lo0 = s[i] < lo0 ? s[i] : lo0;
+    hi0 = s[i] > hi0 ? s[i] : hi0;
   }
-  for (int k = 1; k < 4; ++k) {
-    lo[0] = lo[k] < lo[0] ? lo[k] : lo[0];
-    hi[0] = hi[k] > hi[0] ? hi[k] : hi[0];
-  }
-  *pMin = lo[0];
-  *pMax = hi[0];
+  for (const double v : {lo1, lo2, lo3}) lo0 = v < lo0 ? v : lo0;
+  for (const double v : {hi1, hi2, hi3}) hi0 = v > hi0 ? v : hi0;
+  *pMin = lo0;
+  *pMax = hi0;
 }
 
 void CGraphDrawer::FitYRange(int bSmooth, double dMin, double dMax) {
@@ -330,7 +334,11 @@ void CGraphDrawer::DrawCurves(Bitmap* pTarget, Bitmap* pBackground, int iFrom, i
   // The strip, kept inside the plot.
   const int clipLeft = static_cast<int>(std::clamp<std::int64_t>(left, X, static_cast<std::int64_t>(X) + W));
   const int clipRight = static_cast<int>(std::clamp<std::int64_t>(right, clipLeft, static_cast<std::int64_t>(X) + W));
-  g.SetClip(Rect(clipLeft, 0, clipRight - clipLeft, H), CombineModeReplace);
+  // A strip that covers the whole bitmap needs no clip, and Qt's thin lines
+  // are quicker without one.
+  const bool whole = clipLeft <= 0 && clipRight >= static_cast<int>(pTarget->GetWidth()) &&
+                     H >= static_cast<int>(pTarget->GetHeight());
+  if (!whole) g.SetClip(Rect(clipLeft, 0, clipRight - clipLeft, H), CombineModeReplace);
   g.DrawImage(pBackground, clipLeft, 0, clipLeft, 0, clipRight - clipLeft, H, UnitPixel);
   if (m_nCurves == 0 || !scaled) return;
   g.SetSmoothingMode(SmoothingModeAntiAlias);

@@ -17,6 +17,12 @@ inline const T* At(const T* data, int i, int stride) {
   return data + static_cast<std::ptrdiff_t>(i) * stride;
 }
 
+// One column of the sample matrix from a strided block.
+template <typename T>
+void Copy(const T* src, int count, int stride, double* dst, int curves) {
+  for (int i = 0; i < count; ++i, src += stride, dst += curves) *dst = ToDouble(*src);
+}
+
 // Calls outside the documented limits are dropped rather than let them write
 // outside the matrix.
 bool Acceptable(const void* data, int count, int iCurve, int nCurves) {
@@ -39,8 +45,7 @@ void CGraphDrawer::SetData(T* pData, int nCount, int nStride, int iCurve, int nC
   CSingleLock lock(&m_csData, TRUE);
   if (!Acceptable(pData, nCount, iCurve, nCurves)) return;
   Open(nCurves, nCount, false);
-  double* dst = m_samples.data() + iCurve;
-  for (int i = 0; i < nCount; ++i) dst[static_cast<std::size_t>(i) * static_cast<std::size_t>(nCurves)] = ToDouble(*At(pData, i, nStride));
+  Copy(pData, nCount, nStride, m_samples.data() + iCurve, nCurves);
   m_rowOffsets[static_cast<std::size_t>(iCurve)] = 0;
   UpdateRanges(m_iXFrom, m_iXTo);
 }
@@ -74,7 +79,7 @@ void CGraphDrawer::SetDataAvg(T* pData, int nCount, double dFactor, int nStride,
   double* dst = m_samples.data() + iCurve;
   const std::size_t step = static_cast<std::size_t>(nCurves);
   if (m_bResetAdaptation) {
-    for (int i = 0; i < nCount; ++i) dst[static_cast<std::size_t>(i) * step] = ToDouble(*At(pData, i, nStride));
+    Copy(pData, nCount, nStride, dst, nCurves);
   } else {
     for (int i = 0; i < nCount; ++i) {
       double& e = dst[static_cast<std::size_t>(i) * step];
