@@ -16,19 +16,19 @@ bool InList(const std::vector<CGraphWnd*>& graphs, int iGraph) {
   return iGraph >= 0 && static_cast<std::size_t>(iGraph) < graphs.size();
 }
 
-}  // namespace
-
 // The frame of every call with an index: under m_csGraphs, E_FAIL for an
 // index outside the list (and, for the intake, for a window that is gone),
 // else the work on the entry, which is skipped where it holds no graph.
 template <typename F>
-static LONG WithGraph(CGraphsWindow* self, int iGraph, bool bNeedWindow, F&& work) {
+LONG WithGraph(CGraphsWindow* self, int iGraph, bool bNeedWindow, F&& work) {
   CSingleLock lock(&self->m_csGraphs, TRUE);
   if (!InList(self->m_graphs, iGraph)) return E_FAIL;
   if (bNeedWindow && !::IsWindow(self->m_hWnd)) return E_FAIL;
   if (CGraphWnd* g = self->m_graphs[static_cast<std::size_t>(iGraph)]) work(g);
   return S_OK;
 }
+
+}  // namespace
 
 CGraphsWindow::CGraphsWindow(void) : m_hBrush(nullptr) {}
 
