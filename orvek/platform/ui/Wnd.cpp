@@ -407,13 +407,11 @@ bool CWndImpl::event(QEvent* e) {
     return true;
   }
   if (t == kOrphaned) {
-    // The CWnd went on another thread; its window ends here.
+    // The CWnd went on another thread; its window ends here (later, since
+    // this object, a child of the widget, is handling the event).
     detach();
     widget->hide();
-    if (orvek_ui::dispatching())
-      widget->deleteLater();
-    else
-      delete widget;  // deletes this object too
+    widget->deleteLater();
     return true;
   }
   return QObject::event(e);

@@ -2,6 +2,7 @@
 
 #include <QImage>
 #include <QPainter>
+#include <QPointer>
 #include <QWidget>
 
 #include <atomic>
@@ -111,7 +112,8 @@ TEST(Window, HandlesLiveExactlyAsLongAsTheirWindows) {
   EXPECT_FALSE(odd.CreateEx(0, L"NoSuchClass", nullptr, kToolStyle, CRect(0, 0, 5, 5), nullptr, 0));
   EXPECT_EQ(nullptr, odd.m_hWnd);
 
-  // Deleting the object ends its window.
+  // Deleting the object ends its window, also when another thread deletes
+  // it: the handle dies at once, the widget on its own thread.
   HWND h;
   {
     Probe scoped;
@@ -119,6 +121,14 @@ TEST(Window, HandlesLiveExactlyAsLongAsTheirWindows) {
     h = scoped.m_hWnd;
   }
   EXPECT_FALSE(IsWindow(h));
+  auto* far = new Probe("far");
+  ASSERT_TRUE(far->MakeTop());
+  far->ShowWindow(SW_SHOW);
+  h = far->m_hWnd;
+  QPointer<QWidget> widget = far->GetQWidget();
+  std::thread([far] { delete far; }).join();
+  EXPECT_FALSE(IsWindow(h));
+  ASSERT_TRUE(WaitFor([&] { return widget.isNull(); }));
 }
 
 TEST(Window, CloseRunsTheHandlerWhoseDefaultDestroys) {
