@@ -177,6 +177,19 @@ TEST(GraphsWindow, ToolWindowsOfOneParentKeepOffEachOther) {
   EXPECT_TRUE(r2.left == gap.right || r2.right == gap.left || r2.top == gap.bottom || r2.bottom == gap.top)
       << "placed against the gap";
 
+  // A window of another parent is no obstacle: centred over a host window
+  // that shares the first one's centre, it stays on top of the first.
+  CHostWindow host;
+  const CPoint centre = r1.CenterPoint();
+  ASSERT_TRUE(host.CreateEx(0, nullptr, L"host", WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_VISIBLE,
+                            CRect(centre.x - 200, centre.y - 150, centre.x + 200, centre.y + 150), nullptr, 0));
+  info[0].rcWindow = CRect(0, 0, 300, 200);
+  CGraphsWindow owned;
+  ASSERT_EQ(1, owned.Create(info, 1, &host, 25.0f));
+  CRect r4;
+  owned.GetWindowRect(&r4);
+  EXPECT_EQ(r1, r4);
+
   // A hidden window is no obstacle: a third one opens where the first is.
   first.HideWindow();
   info[0].rcWindow = CRect(0, 0, 300, 200);
