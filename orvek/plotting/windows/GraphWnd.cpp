@@ -2,8 +2,8 @@
 
 #include <QWidget>
 
-#include <memory>
 #include <limits>
+#include <memory>
 
 #include <orvek/frame/OrvekGlobals.h>
 #include <orvek/platform/gfx/GraphicsSession.h>

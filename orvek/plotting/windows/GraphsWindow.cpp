@@ -87,10 +87,7 @@ int CGraphsWindow::Create(tagGraphWndInfo* pInfo, int nGraphs, CWnd* pParent, fl
   CSingleLock lock(&m_csGraphs, TRUE);
   m_graphs.resize(static_cast<std::size_t>(nGraphs), nullptr);
   for (int i = 0; i < nGraphs; ++i) {
-    if (pInfo[i].nCurves == 0) {
-      m_graphs[static_cast<std::size_t>(i)] = nullptr;
-      continue;
-    }
+    if (pInfo[i].nCurves == 0) continue;  // a gap: the entry stays null
     CGraphWnd* g = new CGraphWnd;
     m_graphs[static_cast<std::size_t>(i)] = g;
     g->Create(&pInfo[i], this, fRedrawRate);
