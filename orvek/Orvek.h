@@ -19,10 +19,19 @@
 
 #include <orvek/frame/OrvekGlobals.h>
 
+#include <orvek/tuning/model/ParamRules.h>
+#include <orvek/tuning/model/ParamTypes.h>
+
+#include <orvek/tables/TableArrayDrawer.h>
+#include <orvek/tables/TableDrawer.h>
+
 #include <orvek/plotting/drawer/AxesDrawerBase.h>
 #include <orvek/plotting/drawer/GraphDrawer.h>
 #include <orvek/plotting/windows/GraphWnd.h>
 #include <orvek/plotting/windows/GraphsWindow.h>
 
-#include <orvek/tuning/model/ParamRules.h>
-#include <orvek/tuning/model/ParamTypes.h>
+#include <orvek/signal/CircleBuffer.h>
+#include <orvek/signal/Filters.h>
+#include <orvek/signal/LinInterp.h>
+#include <orvek/signal/ScatteredArray.h>
+#include <orvek/signal/SoftValueChanger.h>

@@ -55,6 +55,16 @@ class ORVEK_API COrvekGlobals {
 
   // ---- signal helpers ----
 
+  // Divides the coefficients by the sum of their absolute values, so that
+  // this sum becomes 1, and gives the change of gain in dB, 20 * log10(1 / sum).
+  // A sum of 0 (or nCount below 1) leaves them and gives +infinity.
+  static float NormalizeFIR(float* pCoeffs, int nCount);
+  // The smallest up, with down = up * in / out truncated, for which
+  // up * in / down equals the output rate exactly in float. E_INVALIDARG for
+  // rates that are not positive and finite; E_FAIL, outputs untouched, when
+  // no up up to 1,000,000 fits.
+  static LONG GetUpDownFactor(float fInRate, float fOutRate, int* pUp, int* pDown);
+
   // ---- placement of rectangles ----
 
   // Moves the rectangle to the closest place, by whole edge-to-edge steps,

@@ -322,13 +322,13 @@ BOOL SetWaitableTimer(HANDLE h, const LARGE_INTEGER* dueTime, LONG periodMs, voi
     const auto now = static_cast<std::int64_t>(nowAsFileTime());
     delay100ns = dueTime->QuadPart > now ? dueTime->QuadPart - now : 0;
   }
-  itimerspec spec{};
-  spec.it_value.tv_sec = static_cast<time_t>(delay100ns / 10000000);
-  spec.it_value.tv_nsec = static_cast<long>((delay100ns % 10000000) * 100);
-  if (spec.it_value.tv_sec == 0 && spec.it_value.tv_nsec == 0) spec.it_value.tv_nsec = 1;  // 0 would disarm
-  spec.it_interval.tv_sec = periodMs / 1000;
-  spec.it_interval.tv_nsec = static_cast<long>(periodMs % 1000) * 1000000L;
-  if (::timerfd_settime(r.p->fd, 0, &spec, nullptr) != 0) {
+  itimerspec its{};
+  its.it_value.tv_sec = static_cast<time_t>(delay100ns / 10000000);
+  its.it_value.tv_nsec = static_cast<long>((delay100ns % 10000000) * 100);
+  if (its.it_value.tv_sec == 0 && its.it_value.tv_nsec == 0) its.it_value.tv_nsec = 1;  // 0 would disarm
+  its.it_interval.tv_sec = periodMs / 1000;
+  its.it_interval.tv_nsec = static_cast<long>(periodMs % 1000) * 1000000L;
+  if (::timerfd_settime(r.p->fd, 0, &its, nullptr) != 0) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;
   }
@@ -341,8 +341,8 @@ BOOL CancelWaitableTimer(HANDLE h) {
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
-  itimerspec spec{};
-  ::timerfd_settime(r.p->fd, 0, &spec, nullptr);
+  itimerspec its{};
+  ::timerfd_settime(r.p->fd, 0, &its, nullptr);
   return TRUE;
 }
 

@@ -349,8 +349,9 @@ void CGraphDrawer::DrawCurves(Bitmap* pTarget, Bitmap* pBackground, int iFrom, i
       std::floor(xSpan * (fLeft - static_cast<float>(X) - 2.0f) / static_cast<float>(W - 1) + static_cast<float>(F)));
   if (!ms_pPens) ms_pPens = new tagCurvePens;
   const int S = SamplesPerCurve();
-  const int start = static_cast<int>(std::max<std::int64_t>({first, F, 0}));
-  const int end = static_cast<int>(std::min<std::int64_t>({iTo, E, S}));
+  const std::int64_t start64 = std::max<std::int64_t>({first, F, 0});
+  const int end = static_cast<int>(std::max<std::int64_t>(std::min<std::int64_t>({iTo, E, S}), 0));
+  const int start = static_cast<int>(std::min<std::int64_t>(start64, end));  // both within 0 and S
   for (int c = 0; c < m_nCurves; ++c) {
     int n = MapStroke(c, start, end, S);
     if (n > 0) g.DrawLines(&ms_pPens->normal[c % 3], m_points.data(), n);

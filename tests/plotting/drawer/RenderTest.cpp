@@ -195,6 +195,9 @@ TEST(Render, StripArithmeticAndWindowEdges) {
   g.d.SetROI(0, 1001, 0, 1000, 5, 7.0, 7.0, 0, 1, 5);
   g.d.DrawCurves(&g.frame, &g.axes, 900, 0x7FFFFFFF);
   EXPECT_EQ(g.d.m_points[0].Y, 29.5f);
+  // A window far beyond the samples draws nothing and reads nothing outside.
+  g.d.SetROI(2100000000, 2147483000, 0, 1, 5, 0.0, 1.0, 0, 1, 5);
+  g.d.DrawCurves(&g.frame, &g.axes, 2147482000, 0x7FFFFFFF);
   // A window of one sample shows no curve but still restores.
   g.d.SetROI(5, 6, 0, 1, 5, 0.0, 1.0, 0, 1, 5);
   g.d.DrawCurves(&g.frame, &g.axes, 0, 0x7FFFFFFF);

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <vector>
+
+#include <orvek/platform/core/Types.h>
+
+// Makes a list of separate memory blocks look like one array: runs of
+// elements are copied in and out by a position in the joined array. Only the
+// list is owned; the blocks stay the caller's and must outlive its use, with
+// their sizes unchanged. No lock: one object per thread.
+template <typename T>
+class CScatteredArray {
+ public:
+  struct tagPartInfo {
+    T* pData;
+    int nSize;
+  };
+
+  CScatteredArray() = default;
+  CScatteredArray(const CScatteredArray&) = default;
+  CScatteredArray& operator=(const CScatteredArray&) = default;
+
+  // Replaces the list by a copy of *pParts.
+  LONG Init(std::vector<tagPartInfo>* pParts);
+  // Sum of all block lengths.
+  LONG GetArraySize(int* pSize);
+  // Copies nCount elements from position nPos. A run past the end copies what
+  // lies before the end and gives E_FAIL.
+  LONG Read(int nPos, int nCount, T* pData);
+  // As Read, starting nOffset elements into block nPart; the offset may reach
+  // on into the following blocks.
+  LONG ReadPartFrom(int nPart, int nOffset, int nCount, T* pData);
+  LONG Write(int nPos, int nCount, T const* pData);
+  LONG WritePartFrom(int nPart, int nOffset, int nCount, T const* pData);
+  // The block and offset of a position; a position at the end of a block is
+  // offset 0 of the next non-empty one. E_FAIL past the end, outputs untouched.
+  LONG FindPart(int nPos, int* pPart, int* pOffset);
+
+ private:
+  std::vector<tagPartInfo> m_Parts;
+};
+
+extern template class ORVEK_TEMPLATE_API CScatteredArray<ULONG>;

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <orvek/platform/core/Types.h>
+
+// A value that moves to a new target over a given time instead of jumping,
+// without timer or thread: GetValue works it out from the tick counter. The
+// shape of the move is the virtual curve GetDynCurve, which maps the elapsed
+// share of the time (0 to 1) to the covered share of the way. A new change may
+// start at any time and continues from the value reached. Tick arithmetic is
+// by unsigned 32-bit differences, so the wrap of the counter does no harm.
+// A new object holds the steady value 0. No lock: one object per thread.
+template <typename T>
+class CSoftValueChanger {
+ public:
+  CSoftValueChanger();
+  CSoftValueChanger(const CSoftValueChanger&) = default;
+  CSoftValueChanger& operator=(const CSoftValueChanger&) = default;
+
+  // Sets the value at once, also during a change.
+  LONG Init(T fValue);
+  // The value now: the target exactly once the time has run out.
+  T GetValue();
+  // Starts a change to fValue lasting fTime seconds (rounded to milliseconds;
+  // 0 or less applies the target at once). E_FAIL when fValue is the target
+  // already: the running change then goes on untouched.
+  LONG ChangeValue(T fValue, T fTime);
+  // The same with the curve mirrored, c = 1 - curve(1 - t): a slow start
+  // becomes a fast one.
+  LONG ChangeValueInvDyn(T fValue, T fTime);
+  // 1 while GetValue differs from the target, else 0.
+  int IsChanging();
+  // The straight line.
+  virtual T GetDynCurve(T fPos);
+
+ protected:
+  LONG Change(T fValue, T fTime, int bInvDyn);
+
+  ULONG m_dwStartTick;
+  T m_fStartValue;
+  ULONG m_dwEndTick;
+  T m_fEndValue;
+  int m_bInvDyn;
+};
+
+// Half a cosine: slow start, slow end.
+template <typename T>
+class CSoftValueChangerSin : public CSoftValueChanger<T> {
+ public:
+  CSoftValueChangerSin() = default;
+
+ private:
+  T GetDynCurve(T fPos) override;
+};
+
+// A quarter of a cosine: slow start, full speed at the end. With the
+// constant 3.1415 it reaches 0.99995 at fPos 1, not 1.
+template <typename T>
+class CSoftValueChangerHSin : public CSoftValueChanger<T> {
+ public:
+  CSoftValueChangerHSin() = default;
+
+ private:
+  T GetDynCurve(T fPos) override;
+};
+
+extern template class ORVEK_TEMPLATE_API CSoftValueChanger<float>;
+extern template class ORVEK_TEMPLATE_API CSoftValueChangerSin<float>;
+extern template class ORVEK_TEMPLATE_API CSoftValueChangerHSin<float>;

@@ -1,0 +1,312 @@
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "TableTestSupport.h"
+
+// Geometry used below, unless a test says otherwise: columns 30 wide, name
+// 40 x 15, titles 12 high, lines 10 high. A page 77 high holds the name, the
+// titles and lines 0..4 of a fresh table; a continuation column holds the
+// titles and 6 lines.
+
+TEST(TableDrawer, DefaultsAndScaleFactor) {
+  CTableDrawer plain;
+  EXPECT_EQ(plain.GetLineCount(), 0);
+  EXPECT_EQ(plain.GetColumnCount(), 0);
+  tagSIZE size{7, 9};
+  plain.MeasureItem(CTableDrawer::LINE_NAME, 3, &size);
+  EXPECT_EQ(size.cx, 0);
+  EXPECT_EQ(size.cy, 0);
+
+  FixedTable t(4, {30});
+  t.SetScaleFactor(1.5f);
+  t.SetScaleFactor(1.5f);
+  EXPECT_EQ(t.scaleCalls, 2);  // also when the factor did not change
+  EXPECT_FLOAT_EQ(t.ScaleFactor(), 1.5f);
+  t.SetCurPageLines(17);
+  FixedTable copy(t);
+  EXPECT_EQ(copy.CurPageLines(), 17);
+  EXPECT_EQ(copy.GetLineCount(), 4);
+  EXPECT_FLOAT_EQ(copy.ScaleFactor(), 1.5f);
+}
+
+TEST(TableArrayLayout, PageRectsAndEmptyInputs) {
+  TestArray a;
+  tagRECT r{1, 2, 3, 4};
+  a.GetPageRect(0, &r);
+  EXPECT_TRUE(SameRect(r, 0, 0, 0, 0));
+  tagRECT rects[2] = {{0, 0, 100, 200}, {5, 6, 300, 400}};
+  a.SetPageRects(rects, 2);
+  a.GetPageRect(-3, &r);
+  EXPECT_TRUE(SameRect(r, 0, 0, 100, 200));
+  a.GetPageRect(9, &r);  // beyond the list: the last one again
+  EXPECT_TRUE(SameRect(r, 5, 6, 300, 400));
+  a.SetPageRects(rects, 0);
+  a.GetPageRect(1, &r);
+  EXPECT_TRUE(SameRect(r, 0, 0, 0, 0));
+
+  a.SetPage(200, 77);
+  int right = 99;
+  EXPECT_EQ(a.Layout(&right), 0);  // no tables
+  EXPECT_EQ(right, 0);
+
+  FixedTable t(3, {30, 30});
+  TestArray noRects;
+  noRects.m_Tables = {&t};
+  EXPECT_EQ(noRects.Layout(&right), 1);  // no page rectangles: one empty page
+  EXPECT_TRUE(noRects.m_Pages[0].empty());
+  EXPECT_EQ(right, 0);
+  EXPECT_EQ(t.scaleCalls, 1);
+}
+
+TEST(TableArrayLayout, PagesThatTakeNothing) {
+  FixedTable t(3, {30, 30});
+  TestArray a;
+  a.m_Tables = {&t};
+  tagRECT rects[2] = {{0, 0, 200, 36}, {0, 0, 200, 77}};  // 36: titles fit, line 0 does not
+  a.SetPageRects(rects, 2);
+  EXPECT_EQ(a.Layout(), 2);
+  EXPECT_TRUE(a.m_Pages[0].empty());
+  EXPECT_EQ(a.DataLines(1).size(), 3u);
+
+  a.SetPageRects(rects, 1);  // no further rectangle: the layout ends
+  EXPECT_EQ(a.Layout(), 1);
+  EXPECT_TRUE(a.m_Pages[0].empty());
+
+  // Too wide for its page: same course. A table behind it gets no place.
+  FixedTable wide(2, {30, 31}), after(2, {30});
+  TestArray b;
+  b.m_Tables = {&t, &wide, &after};
+  b.SetPage(60, 200);
+  EXPECT_EQ(b.Layout(), 2);
+  EXPECT_EQ(b.DataLines(0).size(), 3u);
+  EXPECT_TRUE(b.m_Pages[1].empty());
+  tagRECT narrow[2] = {{0, 0, 60, 200}, {0, 0, 61, 200}};
+  b.SetPageRects(narrow, 2);  // the second page is wide enough for the rest
+  EXPECT_EQ(b.Layout(), 2);
+  EXPECT_EQ(b.DataLines(0).size(), 3u);
+  EXPECT_EQ(b.DataLines(1).size(), 4u);
+}
+
+TEST(TableArrayLayout, ColumnsPagesAndNames) {
+  FixedTable t(20, {30, 30});
+  TestArray a;
+  a.m_Tables = {&t};
+  a.SetPage(200, 77);  // two columns of 60 fit (0..60, 80..140), a third not
+  int right = 0;
+  EXPECT_EQ(a.Layout(&right), 2);
+  EXPECT_EQ(right, 140);
+  // First column: name, titles, lines 0..4, the last ending exactly at 77.
+  EXPECT_TRUE(SameRect(a.Find(0, 0, CTableDrawer::LINE_NAME)->rcItem, 0, 0, 60, 15));
+  EXPECT_TRUE(SameRect(a.Find(0, 0, 4, 1)->rcItem, 30, 67, 60, 77));
+  // Second column: titles at the top, no name, lines 5..10.
+  EXPECT_TRUE(SameRect(a.Find(0, 0, CTableDrawer::LINE_HEADER, 0)->rcItem, 0, 15, 30, 27));
+  int headers = 0;
+  for (auto& i : a.m_Pages[0]) headers += i.nLine == CTableDrawer::LINE_HEADER && i.rcItem.top == 0;
+  EXPECT_EQ(headers, 2);
+  EXPECT_EQ(a.DataLines(0).size(), 11u);
+  EXPECT_TRUE(SameRect(a.Find(0, 0, 5, 1)->rcItem, 110, 12, 140, 22));
+  EXPECT_EQ(a.Find(0, 0, CTableDrawer::LINE_NAME_CONTINUED), nullptr);
+  // New page: the continued name, then lines 11..15; 16..19 beside them.
+  EXPECT_TRUE(SameRect(a.Find(1, 0, CTableDrawer::LINE_NAME_CONTINUED)->rcItem, 0, 0, 60, 15));
+  EXPECT_EQ(a.DataLines(1).front().second, 11);
+  EXPECT_TRUE(SameRect(a.Find(1, 0, 16)->rcItem, 80, 12, 110, 22));
+  EXPECT_EQ(a.Find(1, 0, CTableDrawer::LINE_NAME), nullptr);
+
+  // Without repeated names the new page starts with titles and one line more.
+  EXPECT_EQ(a.Layout(nullptr, 0), 2);
+  EXPECT_EQ(a.Find(1, 0, CTableDrawer::LINE_NAME_CONTINUED), nullptr);
+  EXPECT_TRUE(SameRect(a.Find(1, 0, 16)->rcItem, 0, 62, 30, 72));
+  EXPECT_EQ(a.m_Pages[1].front().nLine, CTableDrawer::LINE_HEADER);
+
+  // One line a pixel taller no longer fits and moves to the second column.
+  t.lineHeights[4] = 11;
+  EXPECT_EQ(a.Layout(), 2);
+  EXPECT_TRUE(SameRect(a.Find(0, 0, 4)->rcItem, 80, 12, 110, 23));
+}
+
+TEST(TableArrayLayout, NextTableStartsWhereItsFirstLineFits) {
+  FixedTable first(2, {30, 30}), next(3, {30});
+  next.headerExtra = 25;  // its titles are wider than its lines
+  TestArray a;
+  a.m_Tables = {&first, &next};
+  // first ends at 47; next: name 67..82, titles 82..94, line 0 94..104.
+  a.SetPage(200, 104);
+  a.Layout();
+  EXPECT_TRUE(SameRect(a.Find(0, 1, CTableDrawer::LINE_NAME)->rcItem, 2, 67, 57, 82));
+  EXPECT_TRUE(SameRect(a.Find(0, 1, 0)->rcItem, 2, 94, 57, 104));
+  EXPECT_EQ(a.Find(0, 1, 1)->rcItem.left, 80);  // the rest in the next column
+
+  a.SetPage(200, 103);
+  a.Layout();
+  EXPECT_TRUE(SameRect(a.Find(0, 1, CTableDrawer::LINE_NAME)->rcItem, 80, 0, 135, 15));
+  EXPECT_EQ(a.DataLines(0).size(), 5u);
+}
+
+TEST(TableArrayLayout, CentringInTheColumn) {
+  FixedTable a2(2, {30, 30}), b1(2, {31});
+  b1.nameW = 100;
+  TestArray a;
+  a.m_Tables = {&a2, &b1};
+  a.SetPage(300, 300);
+  int right = 0;
+  a.Layout(&right);
+  EXPECT_EQ(right, 100);
+  // Column width 100 from b1's name; a2 (60) sits 20 in, b1's column 34 in.
+  EXPECT_TRUE(SameRect(a.Find(0, 0, CTableDrawer::LINE_NAME)->rcItem, 20, 0, 80, 15));
+  EXPECT_EQ(a.Find(0, 0, 1, 0)->rcItem.left, 20);
+  EXPECT_EQ(a.Find(0, 0, 1, 1)->rcItem.left, 50);
+  EXPECT_TRUE(SameRect(a.Find(0, 1, CTableDrawer::LINE_NAME)->rcItem, 0, 67, 100, 82));
+  EXPECT_TRUE(SameRect(a.Find(0, 1, 0)->rcItem, 34, 94, 65, 104));
+
+  // A data cell wider than the rest widens its column only where it stands.
+  TestArray w;
+  w.SetPage(400, 77);
+  WideCellTable wide(12, 7);
+  w.m_Tables = {&wide};
+  w.Layout(&right);
+  EXPECT_EQ(w.Find(0, 0, 4, 1)->rcItem.right, 60);
+  EXPECT_TRUE(SameRect(w.Find(0, 0, 7, 1)->rcItem, 110, 32, 160, 42));
+  EXPECT_EQ(right, 240);  // 0..60, 80..160, 180..240
+}
+
+TEST(TableArrayLayout, ColumnsAndTheirMeasures) {
+  WideCellTable t(12, 7);
+  FixedTable other(3, {30});
+  TestArray a;
+  a.m_Tables = {&t, &other};
+  std::vector<CTableArrayDrawer::tagItemInfo> column;
+  int table = 0, line = 0;
+  a.FormColumn(&column, &table, &line, 77, 1, 1);
+  EXPECT_EQ(column.size(), 13u);  // name, 2 titles, lines 0..4
+  EXPECT_EQ(table, 0);
+  EXPECT_EQ(line, 5);
+  EXPECT_EQ(a.GetMaxTableColumnWidth(&column, 0, 1), 30);
+  EXPECT_EQ(a.GetTableNameWidth(&column, 0), 40);
+  EXPECT_EQ(a.GetTableWidth(&column, 0), 60);
+  EXPECT_EQ(a.GetMaxTableColumnWidth(&column, 1, 0), 0);  // not in this column
+
+  a.FormColumn(&column, &table, &line, 77, 0, 1);  // lines 5..10, no name
+  EXPECT_EQ(column.front().nLine, CTableDrawer::LINE_HEADER);
+  EXPECT_EQ(line, 11);
+  EXPECT_EQ(a.GetTableNameWidth(&column, 0), 0);
+  EXPECT_EQ(a.GetMaxTableColumnWidth(&column, 0, 1), 50);
+  EXPECT_EQ(a.GetTableWidth(&column, 0), 80);
+
+  a.PushLineToInfo(&column, 0, 3, 100, 110);
+  ASSERT_EQ(column.size(), 16u);
+  EXPECT_EQ(column[15].nColumn, 1);
+  EXPECT_EQ(column[15].nLine, 3);
+  EXPECT_TRUE(SameRect(column[15].rcItem, 0, 100, 0, 110));
+
+  table = 2;  // beyond the tables: the column is left alone
+  a.FormColumn(&column, &table, &line, 77, 0, 1);
+  EXPECT_EQ(column.size(), 16u);
+}
+
+TEST(TableArrayLayout, TablesWithoutLinesNeverHang) {
+  FixedTable empty(0, {30, 30}), full(2, {30});
+  TestArray a;
+  a.SetPage(200, 300);
+  a.m_Tables = {&empty};
+  EXPECT_EQ(a.Layout(), 1);  // name and titles only, shown once
+  EXPECT_EQ(a.m_Pages[0].size(), 3u);
+
+  a.m_Tables = {&empty, &full, &empty};
+  EXPECT_EQ(a.Layout(), 1);
+  // The table behind an empty one gets its own name and titles.
+  EXPECT_TRUE(SameRect(a.Find(0, 1, CTableDrawer::LINE_NAME)->rcItem, 10, 47, 50, 62));
+  EXPECT_EQ(a.Find(0, 1, 0)->rcItem.top, 74);
+  EXPECT_EQ(a.Find(0, 2, CTableDrawer::LINE_NAME)->rcItem.top, 114);
+  a.DrawTableArray(0, nullptr);
+  EXPECT_EQ(empty.drawn.front().pageLines, 0);
+  EXPECT_EQ(full.drawn.front().pageLines, 2);
+  EXPECT_EQ(empty.pageBreaks, 1);
+  a.m_Tables = {&empty};
+  a.SetPage(200, 26);  // its titles need 27
+  EXPECT_EQ(a.Layout(), 1);
+  EXPECT_TRUE(a.m_Pages[0].empty());
+
+  // Lines of height 0 from a table that measures nothing all fit.
+  struct Blank : CTableDrawer {
+    Blank() {
+      m_nLineCount = 50;
+      m_nColumnCount = 2;
+    }
+  } blank;
+  a.m_Tables = {&blank};
+  a.SetPage(10, 1);
+  EXPECT_EQ(a.GetMaxItemHeight(0, 3), 0);
+  EXPECT_EQ(a.Layout(), 1);
+  EXPECT_EQ(a.DataLines(0).size(), 50u);
+}
+
+// Random tables and pages: the layout ends, places every line once, in
+// order, inside its page, and stops only at a table that fits nowhere.
+TEST(TableArrayLayout, RandomLayoutsKeepTheirPromises) {
+  std::mt19937 rng(12345);
+  auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
+  for (int round = 0; round < 300; ++round) {
+    std::vector<FixedTable> tables;
+    for (int i = pick(0, 6); i > 0; --i) {
+      std::vector<int> widths(static_cast<std::size_t>(pick(0, 3)));
+      for (int& w : widths) w = pick(0, 60);
+      tables.emplace_back(pick(0, 40), widths, pick(0, 20));
+      tables.back().nameW = pick(0, 120);
+      tables.back().nameH = pick(0, 20);
+      tables.back().headerExtra = pick(0, 2) * pick(0, 30);
+    }
+    TestArray a;
+    for (auto& t : tables) a.m_Tables.push_back(&t);
+    std::vector<tagRECT> rects(static_cast<std::size_t>(pick(0, 3)));
+    for (auto& r : rects) r = tagRECT{0, 0, pick(0, 250), pick(0, 250)};
+    a.SetPageRects(rects.data(), static_cast<int>(rects.size()));
+    const int pages = a.Layout(nullptr, pick(0, 1));
+    ASSERT_EQ(pages, static_cast<int>(a.m_Pages.size()));
+    // Whether each table fits a fresh page of the last rectangle on its own.
+    tagRECT last;
+    a.GetPageRect(1000, &last);
+    bool allFit = true;
+    for (auto& t : tables) {
+      int sum = 0;
+      for (int w : t.colW) sum += w + t.headerExtra;
+      const int titles = t.nameH + (t.colW.empty() ? 0 : t.headerH);
+      const int lineH = t.colW.empty() ? 0 : t.lineH;
+      allFit = allFit && std::max(sum, t.nameW) <= last.right - last.left &&
+               (t.GetLineCount() == 0 ? titles <= last.bottom - last.top
+                                      : titles < last.bottom - last.top && titles + lineH <= last.bottom - last.top);
+    }
+
+    int table = 0, line = 0;  // the next line the layout must place
+    auto skipDone = [&] {
+      while (table < static_cast<int>(tables.size()) &&
+             (line >= tables[static_cast<std::size_t>(table)].GetLineCount() ||
+              tables[static_cast<std::size_t>(table)].colW.empty()))
+        ++table, line = 0;
+    };
+    skipDone();
+    for (int p = 0; p < pages; ++p) {
+      tagRECT page;
+      a.GetPageRect(p, &page);
+      for (auto& item : a.m_Pages[static_cast<std::size_t>(p)]) {
+        tagSIZE need;  // no cell is narrower than what it holds
+        tables[static_cast<std::size_t>(item.nTable)].MeasureItem(item.nLine, item.nColumn, &need);
+        EXPECT_GE(item.rcItem.right - item.rcItem.left, need.cx) << "round " << round;
+        EXPECT_GE(item.rcItem.left, 0);
+        EXPECT_LE(item.rcItem.right, page.right - page.left);
+        EXPECT_LE(item.rcItem.bottom, page.bottom - page.top);
+      }
+      for (auto& tl : a.DataLines(p)) {
+        ASSERT_EQ(tl, std::make_pair(table, line)) << "round " << round;
+        ++line;
+        skipDone();
+      }
+    }
+    if (table < static_cast<int>(tables.size())) {  // stopped: the last page took nothing
+      EXPECT_FALSE(allFit) << "round " << round;
+      ASSERT_GT(pages, 0);
+      EXPECT_TRUE(a.m_Pages.back().empty());
+      EXPECT_GE(pages, static_cast<int>(rects.size()));
+    }
+  }
+}

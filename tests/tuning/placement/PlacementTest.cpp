@@ -1,0 +1,113 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include <orvek/Orvek.h>
+#include <orvek/tuning/placement/ToolWindows_p.h>
+
+namespace {
+
+class Placement : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() { ASSERT_EQ(S_OK, COrvekGlobals::StartUp()); }
+  static void TearDownTestSuite() { COrvekGlobals::ShutDown(); }
+  void SetUp() override { AfxGetThread()->m_pMainWnd = nullptr; }
+  void TearDown() override {
+    AfxGetThread()->m_pMainWnd = nullptr;
+    CSingleLock lock(&ms_toolWindowsLock, TRUE);
+    ms_toolWindows.clear();
+  }
+
+  // A tool window with its screen rectangle (frame included).
+  static void Make(CWnd& w, const CRect& r, CWnd* owner = nullptr, bool show = true) {
+    ASSERT_TRUE(w.CreateEx(WS_EX_TOOLWINDOW, nullptr, L"", WS_POPUP | WS_CAPTION | WS_SYSMENU, r, owner, 0));
+    if (show) w.ShowWindow(SW_SHOWNORMAL);
+  }
+  static CRect RectOf(CWnd& w) {
+    CRect r;
+    w.GetWindowRect(&r);
+    return r;
+  }
+  static int Entries(HWND h) {
+    CSingleLock lock(&ms_toolWindowsLock, TRUE);
+    return static_cast<int>(std::count_if(ms_toolWindows.begin(), ms_toolWindows.end(),
+                                          [h](const tagToolWindowEntry& e) { return e.hWnd == h; }));
+  }
+};
+
+TEST_F(Placement, ANewWindowMovesBesideAVisibleOneOfTheSameParent) {
+  CWnd other, mine;
+  Make(other, CRect(400, 300, 640, 600));
+  RegisterToolWindow(other.m_hWnd);
+  EXPECT_EQ(CRect(400, 300, 640, 600), RectOf(other));  // the first one stays where it is
+  Make(mine, CRect(400, 300, 640, 600), nullptr, false);
+  RegisterToolWindow(mine.m_hWnd);
+  // Above and below leave the bounds; right and left are equally near, and
+  // right comes first.
+  EXPECT_EQ(CRect(650, 300, 890, 600), RectOf(mine));
+
+  // A second registration leaves one entry; unknown windows change nothing.
+  RegisterToolWindow(mine.m_hWnd);
+  EXPECT_EQ(1, Entries(mine.m_hWnd));
+  UnregisterToolWindow(reinterpret_cast<HWND>(0x12345));
+  EXPECT_EQ(1, Entries(other.m_hWnd));
+  UnregisterToolWindow(mine.m_hWnd);
+  EXPECT_EQ(0, Entries(mine.m_hWnd));
+
+  // A registered, visible window is an obstacle to itself: placed again it
+  // moves off its own rectangle.
+  PlaceToolWindow(other.m_hWnd);
+  CRect moved = RectOf(other), overlap;
+  EXPECT_FALSE(overlap.IntersectRect(&moved, CRect(390, 290, 650, 610)));
+}
+
+TEST_F(Placement, HiddenWindowsAndOtherParentsAreNoObstacles) {
+  CWnd ownerA, ownerB, hidden, foreign, mine;
+  Make(ownerA, CRect(0, 0, 100, 100));
+  Make(ownerB, CRect(0, 0, 100, 100));
+  Make(hidden, CRect(400, 300, 640, 600), &ownerA, false);
+  Make(foreign, CRect(400, 300, 640, 600), &ownerB);
+  RegisterToolWindow(hidden.m_hWnd);
+  RegisterToolWindow(foreign.m_hWnd);
+  Make(mine, CRect(400, 300, 640, 600), &ownerA);
+  RegisterToolWindow(mine.m_hWnd);
+  EXPECT_EQ(CRect(400, 300, 640, 600), RectOf(mine));
+
+  // Shown, the first one is in the way.
+  hidden.ShowWindow(SW_SHOWNORMAL);
+  PlaceToolWindow(mine.m_hWnd);
+  EXPECT_EQ(CRect(650, 300, 890, 600), RectOf(mine));
+}
+
+TEST_F(Placement, TheMainWindowGivesTheBounds) {
+  CWnd main, other, mine;
+  Make(main, CRect(0, 0, 700, 700));
+  AfxGetThread()->m_pMainWnd = &main;
+  Make(other, CRect(400, 300, 640, 600), &main);
+  RegisterToolWindow(other.m_hWnd);
+  Make(mine, CRect(400, 300, 640, 600), &main);
+  RegisterToolWindow(mine.m_hWnd);
+  // The right-hand place no longer fits; the left-hand one does.
+  EXPECT_EQ(CRect(150, 300, 390, 600), RectOf(mine));
+
+  // Without a free place in the bounds, a window stays where it is.
+  CWnd big;
+  Make(big, CRect(0, 0, 690, 690), &main);
+  RegisterToolWindow(big.m_hWnd);
+  EXPECT_EQ(CRect(0, 0, 690, 690), RectOf(big));
+
+  // While the main window object stays but its window is gone, nothing
+  // moves; without a main window object the default bounds apply.
+  main.DestroyWindow();
+  CWnd blocker, late;
+  Make(blocker, CRect(400, 300, 640, 600));
+  RegisterToolWindow(blocker.m_hWnd);
+  Make(late, CRect(400, 300, 640, 600));
+  PlaceToolWindow(late.m_hWnd);
+  EXPECT_EQ(CRect(400, 300, 640, 600), RectOf(late));
+  AfxGetThread()->m_pMainWnd = nullptr;
+  PlaceToolWindow(late.m_hWnd);
+  EXPECT_EQ(CRect(650, 300, 890, 600), RectOf(late));
+}
+
+}  // namespace
