@@ -33,6 +33,8 @@
 
 #include <orvek/plotting/drawer/AxesDrawerBase.h>
 #include <orvek/plotting/drawer/GraphDrawer.h>
+#include <orvek/plotting/windows/GraphWnd.h>
+#include <orvek/plotting/windows/GraphsWindow.h>
 
 #include <orvek/signal/CircleBuffer.h>
 #include <orvek/signal/Filters.h>
