@@ -19,6 +19,13 @@
 
 #include <orvek/frame/OrvekGlobals.h>
 
+
+#include <orvek/threads/MTPtrStorage.h>
+#include <orvek/threads/ResourceLock.h>
+#include <orvek/threads/TempObjects.h>
+#include <orvek/threads/ThreadControl.h>
+#include <orvek/threads/Timers.h>
+
 #include <orvek/tuning/model/ParamRules.h>
 #include <orvek/tuning/model/ParamTypes.h>
 #include <orvek/tuning/dialog/DlgParamTune.h>
@@ -33,9 +40,16 @@
 
 #include <orvek/plotting/drawer/AxesDrawerBase.h>
 #include <orvek/plotting/drawer/GraphDrawer.h>
+#include <orvek/plotting/windows/GraphWnd.h>
+#include <orvek/plotting/windows/GraphsWindow.h>
 
 #include <orvek/signal/CircleBuffer.h>
 #include <orvek/signal/Filters.h>
 #include <orvek/signal/LinInterp.h>
 #include <orvek/signal/ScatteredArray.h>
 #include <orvek/signal/SoftValueChanger.h>
+
+
+#include <orvek/persistence/IniFile.h>
+#include <orvek/persistence/LogFile.h>
+#include <orvek/persistence/SizeStructFile.h>

@@ -16,7 +16,7 @@ PACKAGES=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libboost-dev libsimpleini-dev libinih-dev
   clang libclang-rt-14-dev
-  xvfb xauth
+  xvfb xauth qt6-qpa-plugins libxcb-cursor0
 )
 
 install_missing() {

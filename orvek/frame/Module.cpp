@@ -1,10 +1,8 @@
 // The module's load and unload steps and its graphics session.
 #include <orvek/frame/OrvekGlobals.h>
-#include <orvek/frame/Module_p.h>
-
-#include <atomic>
 
 #include <orvek/platform/gfx/GraphicsSession.h>
+#include <orvek/threads/MTPtrStorage.h>
 
 ULONG COrvekGlobals::m_GdiToken = 0;
 
@@ -23,30 +21,16 @@ void COrvekGlobals::ShutDown(void) {
 }
 
 namespace {
-std::atomic<orvek_detail::UnloadStep> g_unloadSteps[4];
-
 struct ModuleFrame {
   // Load: the statics of the library exist by now (each is constructed on
   // first use or before this object). Nothing else needs to be joined on
   // this platform.
   ModuleFrame() = default;
-  // Unload: the registered steps run in the order they were registered;
-  // the shared pointer storage frees its entries here.
-  ~ModuleFrame() {
-    for (auto& step : g_unloadSteps)
-      if (auto f = step.load()) f();
-  }
+  // Unload: the shared pointer storage frees its entries.
+  ~ModuleFrame() { CMTPtrStorage::CleanUp(); }
 };
 // Constructed at load, destroyed at unload (or at the end of the process).
 // Statics that an unload step uses carry init_priority, so they are made
 // before this object and end after it.
 ModuleFrame g_frame;
 }  // namespace
-
-bool orvek_detail::RegisterUnloadStep(UnloadStep step) {
-  for (auto& slot : g_unloadSteps) {
-    UnloadStep expected = nullptr;
-    if (slot.compare_exchange_strong(expected, step) || expected == step) return true;
-  }
-  return false;
-}

@@ -101,7 +101,9 @@ BOOL CFile::Open(const wchar_t* fileName, UINT openFlags, CFileException* error)
     ::close(fd);
     return fail(err == EWOULDBLOCK ? EWOULDBLOCK : err);
   }
-  if ((openFlags & modeCreate) && !(openFlags & modeNoTruncate) && S_ISREG(st.st_mode) && ::ftruncate(fd, 0) != 0) {
+  // An empty file needs no truncation; the size is read again under the lock.
+  if ((openFlags & modeCreate) && !(openFlags & modeNoTruncate) && S_ISREG(st.st_mode) &&
+      (::fstat(fd, &st) != 0 || st.st_size > 0) && ::ftruncate(fd, 0) != 0) {
     const int err = errno;
     ::close(fd);
     return fail(err);

@@ -1,6 +1,7 @@
 #include <orvek/platform/core/Kernel_p.h>
 
 #include <poll.h>
+#include <pthread.h>
 #include <sys/eventfd.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -176,7 +177,15 @@ std::uint64_t nowAsFileTime() {
          static_cast<std::uint64_t>(ts.tv_nsec) / 100u;
 }
 
-DWORD currentTid() { return static_cast<DWORD>(::syscall(SYS_gettid)); }
+// The id is asked of the kernel once per thread; a forked child asks again.
+thread_local DWORD t_tid = 0;
+void forgetTidInChild() { t_tid = 0; }
+const int g_atfork = ::pthread_atfork(nullptr, nullptr, forgetTidInChild);
+
+DWORD currentTid() {
+  if (t_tid == 0) t_tid = static_cast<DWORD>(::syscall(SYS_gettid));
+  return t_tid;
+}
 
 // ---- message queues ---------------------------------------------------------
 

@@ -1,9 +1,5 @@
 #include <orvek/platform/core/Sync.h>
 
-#include <mutex>
-#include <new>
-#include <system_error>
-
 #include <orvek/platform/core/Kernel.h>
 
 void ThrowLockCreationError(LONG systemError) {
@@ -12,35 +8,45 @@ void ThrowLockCreationError(LONG systemError) {
   throw CResultException(code);
 }
 
-struct CCriticalSection::Impl {
-  std::recursive_mutex mutex;
-};
-
-CCriticalSection::CCriticalSection() {
-  try {
-    m_p = std::make_unique<Impl>();
-  } catch (const std::bad_alloc&) {
-    ThrowLockCreationError(ERROR_OUTOFMEMORY);
-  } catch (const std::system_error& e) {
-    ThrowLockCreationError(e.code().value() == ENOMEM ? ERROR_OUTOFMEMORY : e.code().value());
-  }
-}
+CCriticalSection::CCriticalSection() = default;
 
 CCriticalSection::~CCriticalSection() = default;
 
 BOOL CCriticalSection::Lock() {
-  m_p->mutex.lock();
+  const DWORD me = GetCurrentThreadId();
+  if (m_owner.load(std::memory_order_relaxed) == me) {
+    ++m_depth;
+    return TRUE;
+  }
+  m_mutex.lock();
+  m_owner.store(me, std::memory_order_relaxed);
+  m_depth = 1;
   return TRUE;
 }
 
 BOOL CCriticalSection::Lock(DWORD) { return Lock(); }
 
 BOOL CCriticalSection::Unlock() {
-  m_p->mutex.unlock();
+  // Only the owner may unlock; anyone else changes nothing.
+  if (m_owner.load(std::memory_order_relaxed) != GetCurrentThreadId()) return FALSE;
+  if (--m_depth == 0) {
+    m_owner.store(0, std::memory_order_relaxed);
+    m_mutex.unlock();
+  }
   return TRUE;
 }
 
-BOOL CCriticalSection::TryLock() { return m_p->mutex.try_lock() ? TRUE : FALSE; }
+BOOL CCriticalSection::TryLock() {
+  const DWORD me = GetCurrentThreadId();
+  if (m_owner.load(std::memory_order_relaxed) == me) {
+    ++m_depth;
+    return TRUE;
+  }
+  if (!m_mutex.try_lock()) return FALSE;
+  m_owner.store(me, std::memory_order_relaxed);
+  m_depth = 1;
+  return TRUE;
+}
 
 CSingleLock::CSingleLock(CSyncObject* object, BOOL bInitialLock) : m_pObject(object), m_bAcquired(FALSE) {
   if (bInitialLock) Lock();

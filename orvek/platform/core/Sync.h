@@ -1,7 +1,8 @@
 #pragma once
 
+#include <atomic>
 #include <exception>
-#include <memory>
+#include <mutex>
 
 #include <orvek/platform/core/Types.h>
 
@@ -53,8 +54,11 @@ class ORVEK_API CCriticalSection : public CSyncObject {
   BOOL TryLock();
 
  private:
-  struct Impl;
-  std::unique_ptr<Impl> m_p;
+  // A plain mutex with an owner and a depth: the owner's nested locks cost a
+  // comparison, the first one a plain mutex lock.
+  std::mutex m_mutex;
+  std::atomic<DWORD> m_owner{0};
+  unsigned m_depth = 0;
 };
 
 // Scoped holder: with bInitialLock it locks at once, and it unlocks what it

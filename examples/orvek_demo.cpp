@@ -1,0 +1,312 @@
+// The Orvek demo: a host that opens live plot windows and feeds them from a
+// worker thread with a generated signal of 102,400 samples per second.
+//
+//   window "Orvek demo: live signal" (a CGraphsWindow with three graphs)
+//     spectrum   whole blocks (DrawGraph): the spectrum of each block, in dB
+//     strip      strip chart (DrawGraphHistory): the last 40 ms, measured and clean
+//     average    running average (DrawGraphAvg) of noisy triggered captures
+//   window "Orvek demo: sweep" (a window of the host holding one CGraphWnd)
+//     sweep      (DrawGraphHistoryCircular): a chirp, one lap a second
+//
+// On a display it runs until both windows are closed. Without one, or with
+// --offscreen or --seconds N, it runs for a few seconds and writes PNG frames
+// of both windows, one pair a second, to out/ (or --out DIR).
+#include <orvek/Orvek.h>
+
+#include <sys/stat.h>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <complex>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+constexpr int kBlock = 1024;               // samples per block
+constexpr double kSampleRate = 102400.0;   // samples per second: 100 blocks
+constexpr int kStripHistory = 4096;        // 40 ms
+constexpr int kSweepHistory = 102400;      // one second per lap
+constexpr int kSpectrumBins = 256;         // shown: 0 to 25.6 kHz
+
+// What the generator makes. It copies this at the start of every block, so
+// any thread (a tuning dialog, say) may change the fields at any time.
+struct tagSignalParams {
+  float fGain = 1.0f;         // amplitude of the waveform
+  float fFrequency = 500.0f;  // Hz
+  float fNoise = 0.15f;       // standard deviation of the noise, relative to the gain
+  int bFilter = 1;            // a 4 kHz low-pass on the measured signal
+  int nWaveform = 1;          // 0 sine, 1 square, 2 triangle, 3 sawtooth
+};
+
+tagSignalParams g_params;
+
+double Wave(int waveform, double phase /* 0..1 */) {
+  switch (waveform) {
+    case 1: return phase < 0.5 ? 1.0 : -1.0;
+    case 2: return phase < 0.5 ? 4.0 * phase - 1.0 : 3.0 - 4.0 * phase;
+    case 3: return 2.0 * phase - 1.0;
+    default: return std::sin(2.0 * kPi * phase);
+  }
+}
+
+// In-place radix-2 FFT of a power-of-two length.
+void Fft(std::vector<std::complex<double>>& a) {
+  const std::size_t n = a.size();
+  for (std::size_t i = 1, j = 0; i < n; ++i) {
+    std::size_t bit = n >> 1;
+    for (; j & bit; bit >>= 1) j ^= bit;
+    j ^= bit;
+    if (i < j) std::swap(a[i], a[j]);
+  }
+  for (std::size_t len = 2; len <= n; len <<= 1) {
+    const std::complex<double> w = std::polar(1.0, -2.0 * kPi / static_cast<double>(len));
+    for (std::size_t i = 0; i < n; i += len) {
+      std::complex<double> t(1.0, 0.0);
+      for (std::size_t k = 0; k < len / 2; ++k, t *= w) {
+        const std::complex<double> u = a[i + k], v = a[i + k + len / 2] * t;
+        a[i + k] = u + v;
+        a[i + k + len / 2] = u - v;
+      }
+    }
+  }
+}
+
+// The sweep's window: a window of the host with one CGraphWnd in it. The
+// worker feeds the graph under m_lock; OnDestroy takes the graph away under
+// the same lock, so no block can reach it after its Destroy.
+class CSweepWindow : public CWnd {
+ public:
+  BOOL Create(int cx, int cy) {
+    CRect rc(0, 0, cx, cy);
+    AdjustWindowRectEx(&rc, kStyle, FALSE, 0);
+    if (!CreateEx(0, AfxRegisterWndClass(0, nullptr, m_brush, nullptr), L"Orvek demo: sweep", kStyle, rc, nullptr, 0))
+      return FALSE;
+    m_graph.Create(CRect(10, 10, cx - 10, cy - 10), this, L"Sweep: a chirp from 5 to 60 Hz every 1.5 s",
+                   L"seconds", L"volts");
+    m_graph.SetROIAutoY(0, kSweepHistory, 0.0f, 1.0f, 10, 4);
+    m_bAlive = true;
+    return TRUE;
+  }
+  // S_OK, or E_FAIL once the window is closed.
+  LONG Feed(const float* pData, int nCount) {
+    CSingleLock lock(&m_lock, TRUE);
+    if (!m_bAlive) return E_FAIL;
+    m_graph.DrawGraphHistoryCircular<float>(0, pData, nCount, kSweepHistory, 1);
+    return S_OK;
+  }
+  LONG SaveImage(const wchar_t* pszPath) { return m_bAlive ? m_graph.SaveImage(pszPath) : E_FAIL; }
+  // Ends the window while this object is whole, so that OnDestroy runs.
+  ~CSweepWindow() override { DestroyWindow(); }
+  void OnDestroy() override {
+    CSingleLock lock(&m_lock, TRUE);
+    m_bAlive = false;
+    m_graph.Destroy();
+    CWnd::OnDestroy();
+  }
+
+ private:
+  static constexpr DWORD kStyle = WS_POPUP | WS_CAPTION | WS_SYSMENU;
+  CBrush m_brush{RGB(0, 0, 0)};
+  CCriticalSection m_lock;
+  CGraphWnd m_graph;
+  bool m_bAlive = false;
+};
+
+// Makes one block after another in real time and hands them to the windows
+// until both are closed or the demo stops.
+class CGenerator {
+ public:
+  CGenerator(CGraphsWindow* graphs, CSweepWindow* sweep) : m_graphs(graphs), m_sweep(sweep) {}
+
+  void Run(const std::atomic<bool>& stop) {
+    using clock = std::chrono::steady_clock;
+    const auto period = std::chrono::microseconds(static_cast<long long>(1e6 * kBlock / kSampleRate));
+    auto next = clock::now();
+    bool graphsOpen = true, sweepOpen = true;
+    while (!stop.load() && (graphsOpen || sweepOpen)) {
+      MakeBlock();
+      if (graphsOpen) graphsOpen = FeedGraphs() == S_OK;
+      if (sweepOpen) sweepOpen = m_sweep->Feed(m_chirp.data(), kBlock) == S_OK;
+      ++m_nBlocks;
+      next += period;
+      if (next < clock::now() - std::chrono::milliseconds(200)) next = clock::now();  // was stalled: no burst
+      std::this_thread::sleep_until(next);
+    }
+  }
+  long long Blocks() const { return m_nBlocks; }
+
+ private:
+  void MakeBlock() {
+    const tagSignalParams p = g_params;
+    std::normal_distribution<double> noise(0.0, static_cast<double>(p.fNoise) * p.fGain);
+    const double step = p.fFrequency / kSampleRate;
+    const double alpha = 1.0 - std::exp(-2.0 * kPi * 4000.0 / kSampleRate);
+    for (int i = 0; i < kBlock; ++i) {
+      m_phase += step;
+      m_phase -= std::floor(m_phase);
+      const double clean = p.fGain * Wave(p.nWaveform, m_phase);
+      const double noisy = clean + noise(m_rng);
+      m_filtered = p.bFilter ? m_filtered + alpha * (noisy - m_filtered) : noisy;
+      m_clean[i] = static_cast<float>(clean);
+      m_measured[i] = static_cast<float>(m_filtered);
+      // A capture that a trigger starts at the waveform's rising edge.
+      const double t = static_cast<double>(i) * step;
+      m_capture[i] = static_cast<float>(p.fGain * Wave(p.nWaveform, t - std::floor(t)) + noise(m_rng));
+      // The chirp: its frequency climbs from 5 to 60 Hz within 1.5 s, so each
+      // lap of the sweep finds it somewhere else.
+      const double lap = std::fmod(m_chirpTime, 1.5);
+      m_chirp[i] = static_cast<float>(p.fGain * std::sin(2.0 * kPi * (5.0 * lap + 55.0 / 3.0 * lap * lap)) +
+                                      0.05 * noise(m_rng));
+      m_chirpTime += 1.0 / kSampleRate;
+    }
+    // The spectrum of the measured block through a Hann window, in dB of the
+    // gain of a full-scale sine.
+    std::vector<std::complex<double>> bins(kBlock);
+    for (int i = 0; i < kBlock; ++i) bins[i] = m_measured[i] * (0.5 - 0.5 * std::cos(2.0 * kPi * i / kBlock));
+    Fft(bins);
+    for (int k = 0; k < kBlock / 2; ++k) m_spectrum[k] = static_cast<float>(20.0 * std::log10(std::abs(bins[k]) / (kBlock / 4.0) + 1e-6));
+  }
+
+  // The three graphs of the multi-graph window; E_FAIL once it is closed.
+  LONG FeedGraphs() {
+    LONG r = m_graphs->DrawGraph<float>(0, m_spectrum.data(), kBlock / 2, 1, 0);
+    if (r == S_OK) r = m_graphs->DrawGraphHistory<float>(1, m_measured.data(), kBlock, kStripHistory, 1, 0);
+    if (r == S_OK) r = m_graphs->DrawGraphHistory<float>(1, m_clean.data(), kBlock, kStripHistory, 1, 1);
+    if (r == S_OK) r = m_graphs->DrawGraphAvg<float>(2, m_capture.data(), kBlock, 1.0, 1, 0);
+    if (r == S_OK) r = m_graphs->DrawGraphAvg<float>(2, m_capture.data(), kBlock, 0.05, 1, 1);
+    return r;
+  }
+
+  CGraphsWindow* m_graphs;
+  CSweepWindow* m_sweep;
+  std::mt19937 m_rng{7};
+  double m_phase = 0.0, m_filtered = 0.0, m_chirpTime = 0.0;
+  std::vector<float> m_clean = std::vector<float>(kBlock), m_measured = std::vector<float>(kBlock),
+                     m_capture = std::vector<float>(kBlock), m_chirp = std::vector<float>(kBlock),
+                     m_spectrum = std::vector<float>(kBlock / 2);
+  long long m_nBlocks = 0;
+};
+
+struct tagOptions {
+  bool bOffscreen = false;
+  int nSeconds = 0;  // 0: until the windows are closed
+  std::string sOut = "out";
+};
+
+bool ParseOptions(int argc, char** argv, tagOptions* o) {
+  for (int i = 1; i < argc; ++i) {
+    const std::string a = argv[i];
+    if (a == "--offscreen") {
+      o->bOffscreen = true;
+    } else if (a == "--seconds" && i + 1 < argc) {
+      o->nSeconds = std::atoi(argv[++i]);
+      if (o->nSeconds <= 0) return false;
+    } else if (a == "--out" && i + 1 < argc) {
+      o->sOut = argv[++i];
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool HasDisplay() {
+  const char* x = std::getenv("DISPLAY");
+  const char* w = std::getenv("WAYLAND_DISPLAY");
+  return (x && *x) || (w && *w);
+}
+
+std::wstring FramePath(const std::string& folder, const char* name, int index) {
+  char file[64];
+  std::snprintf(file, sizeof file, "/%s_%03d.png", name, index);
+  CStringW path(CStringA((folder + file).c_str()));
+  return std::wstring(path.GetString());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  tagOptions opt;
+  if (!ParseOptions(argc, argv, &opt)) {
+    std::fprintf(stderr, "usage: %s [--offscreen] [--seconds N] [--out DIR]\n", argv[0]);
+    return 2;
+  }
+  if (opt.bOffscreen || !HasDisplay()) {
+    setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    if (opt.nSeconds == 0) opt.nSeconds = 5;
+  }
+  if (COrvekGlobals::StartUp() != S_OK) {
+    std::fprintf(stderr, "no graphics session\n");
+    return 1;
+  }
+
+  // Wishes for the layout: the window keeps the sizes and the margin.
+  tagGraphWndInfo info[] = {
+      {{0, 0, 460, 280}, L"Spectrum of each block", L"kHz", L"dB", 1},
+      {{470, 0, 930, 280}, L"Strip chart: measured and clean", L"ms", L"volts", 2},
+      {{0, 290, 930, 570}, L"Running average of triggered captures", L"ms", L"volts", 2},
+  };
+  auto* graphs = new CGraphsWindow;
+  if (!graphs->Create(info, 3, nullptr, 25.0f)) {
+    std::fprintf(stderr, "the graph window could not be made\n");
+    return 1;
+  }
+  graphs->SetWindowTextW(L"Orvek demo: live signal");
+  graphs->SetROI(0, 0, kSpectrumBins, 0.0f, static_cast<float>(kSpectrumBins * kSampleRate / kBlock / 1000.0), 8, -90.0,
+                 10.0, -90.0f, 10.0f, 5);
+  graphs->SetROIAutoY(1, 0, kStripHistory, 0.0f, static_cast<float>(kStripHistory * 1000.0 / kSampleRate), 8, 4);
+  graphs->SetROIAutoY(2, 0, kBlock, 0.0f, static_cast<float>(kBlock * 1000.0 / kSampleRate), 10, 4);
+  graphs->ShowWindow();
+
+  auto* sweep = new CSweepWindow;
+  if (!sweep->Create(950, 280)) {
+    std::fprintf(stderr, "the sweep window could not be made\n");
+    return 1;
+  }
+  CRect rc;
+  graphs->GetWindowRect(&rc);
+  CRect sweepRc;
+  sweep->GetWindowRect(&sweepRc);
+  sweep->MoveWindow(rc.left, rc.bottom + 10, sweepRc.Width(), sweepRc.Height());
+  sweep->ShowWindow(SW_SHOW);
+
+  std::atomic<bool> stop{false};
+  CGenerator generator(graphs, sweep);
+  const auto start = std::chrono::steady_clock::now();
+  std::thread worker([&] { generator.Run(stop); });
+
+  int frames = 0;
+  if (opt.nSeconds > 0) {
+    mkdir(opt.sOut.c_str(), 0777);
+    for (int s = 1; s <= opt.nSeconds; ++s) {
+      COrvekGlobals::PumpMessages(1000);
+      const bool a = graphs->SaveImage(FramePath(opt.sOut, "graphs", s).c_str()) == S_OK;
+      const bool b = sweep->SaveImage(FramePath(opt.sOut, "sweep", s).c_str()) == S_OK;
+      frames += a + b;
+      if (!::IsWindow(graphs->m_hWnd) && !::IsWindow(sweep->m_hWnd)) break;
+    }
+  } else {
+    COrvekGlobals::RunMessageLoop();
+  }
+
+  stop = true;
+  worker.join();
+  const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  std::printf("fed %lld blocks of %d samples in %.1f s: %.0f samples per second\n", generator.Blocks(), kBlock,
+              seconds, generator.Blocks() * kBlock / seconds);
+  if (opt.nSeconds > 0) std::printf("wrote %d frames to %s/\n", frames, opt.sOut.c_str());
+
+  graphs->Destroy();
+  delete graphs;
+  delete sweep;
+  COrvekGlobals::ShutDown();
+  return opt.nSeconds > 0 && frames == 0 ? 1 : 0;
+}

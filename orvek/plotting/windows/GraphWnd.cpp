@@ -1,0 +1,217 @@
+#include <orvek/plotting/windows/GraphWnd.h>
+
+#include <QWidget>
+
+#include <limits>
+#include <memory>
+
+#include <orvek/frame/OrvekGlobals.h>
+#include <orvek/platform/gfx/GraphicsSession.h>
+#include <orvek/platform/gfx/QtInterop.h>
+#include <orvek/platform/ui/Dc.h>
+#include <orvek/plotting/drawer/GraphDrawer.h>
+
+namespace {
+constexpr UINT_PTR kRedrawTimerId = 1;
+constexpr UINT kDefaultPeriodMs = 40;
+}  // namespace
+
+CGraphWnd::CGraphWnd(void) : m_pDrawer(nullptr), m_nCurves(0), m_nHistory(0), m_nRedrawTimer(0), m_bNeedRedraw(0) {}
+
+CGraphWnd::~CGraphWnd(void) = default;
+
+void CGraphWnd::Create(tagRECT rcWindow, CWnd* pParent, const wchar_t* pTitle, const wchar_t* pXName,
+                       const wchar_t* pYName) {
+  // A second Create would otherwise leak the first drawer and its bitmaps.
+  if (m_pDrawer) Destroy();
+  m_nCurves = 1;
+  CGraphDrawer* d = new CGraphDrawer;
+  const int W = rcWindow.right - rcWindow.left;
+  const int H = rcWindow.bottom - rcWindow.top;
+  if (COrvekGlobals::m_GdiToken == 0) {
+    GdiplusStartupInput input;
+    if (GdiplusStartup(&d->m_gdiToken, &input, nullptr) != 0) d->m_gdiToken = 0;
+  }
+  d->m_rcPlot = Gdiplus::Rect(0, 0, W, H);
+  // A size the bitmaps cannot take leaves them invalid: every drawing call
+  // on them does nothing.
+  d->m_pAxesBitmap = new Gdiplus::Bitmap(W, H, Gdiplus::PixelFormat32bppRGB);
+  d->m_pFrameBitmap = new Gdiplus::Bitmap(W, H, Gdiplus::PixelFormat32bppRGB);
+  if (pTitle) d->m_sTitle = pTitle;
+  if (pXName) d->m_sXName = pXName;
+  if (pYName) d->m_sYName = pYName;
+  m_pDrawer = d;
+
+  if (!m_hWnd) CWnd::Create(nullptr, L"", WS_CHILD | WS_VISIBLE, rcWindow, pParent, static_cast<UINT>(-1));
+  // Every paint covers the whole window with the frame bitmap: nothing needs
+  // to be painted under it first.
+  if (QWidget* w = GetQWidget()) {
+    w->setAttribute(Qt::WA_OpaquePaintEvent);
+    w->setAttribute(Qt::WA_NoSystemBackground);
+  }
+  m_nRedrawTimer = SetTimer(kRedrawTimerId, kDefaultPeriodMs, nullptr);
+}
+
+void CGraphWnd::Create(const tagGraphWndInfo* pInfo, CWnd* pParent, float fRedrawRate) {
+  if (!pInfo) return;
+  Create(pInfo->rcWindow, pParent, pInfo->pTitle, pInfo->pXName, pInfo->pYName);
+  m_nCurves = pInfo->nCurves < 1 ? 1 : pInfo->nCurves;
+  SetRedrawTimer(fRedrawRate);
+}
+
+void CGraphWnd::SetRedrawTimer(float fRedrawRate) {
+  UINT period = kDefaultPeriodMs;
+  // Rounded to whole milliseconds in single precision; a rate that is not
+  // above 0 keeps the default rather than an undefined period.
+  if (fRedrawRate > 0.0f) {
+    const float ms = 1000.0f / fRedrawRate + 0.5f;
+    period = ms >= static_cast<float>(std::numeric_limits<UINT>::max()) ? std::numeric_limits<UINT>::max()
+                                                                         : static_cast<UINT>(ms);
+  }
+  m_nRedrawTimer = SetTimer(kRedrawTimerId, period, nullptr);
+}
+
+void CGraphWnd::KillRedrawTimer(void) {
+  if (::IsWindow(m_hWnd)) KillTimer(m_nRedrawTimer);
+  m_nRedrawTimer = 0;
+}
+
+void CGraphWnd::Destroy(void) {
+  CGraphDrawer* d = m_pDrawer;
+  if (d) {
+    m_pDrawer = nullptr;
+    delete d->m_pAxesBitmap;
+    delete d->m_pFrameBitmap;
+    d->m_pAxesBitmap = nullptr;
+    d->m_pFrameBitmap = nullptr;
+    const ULONG token = d->m_gdiToken;
+    delete d;
+    if (token != 0) GdiplusShutdown(token);
+  }
+  KillRedrawTimer();
+}
+
+// ---- intake ----
+
+template <typename T>
+void CGraphWnd::DrawGraph(int iCurve, const void* pData, int nCount, int nStride) {
+  if (iCurve >= m_nCurves || !m_pDrawer) return;
+  m_pDrawer->SetData<T>(const_cast<T*>(static_cast<const T*>(pData)), nCount, nStride, iCurve, m_nCurves);
+  m_bNeedRedraw.store(1);
+}
+
+template <typename T>
+void CGraphWnd::DrawGraphHistory(int iCurve, const void* pData, int nCount, int nHistory, int nStride) {
+  if (iCurve >= m_nCurves || !m_pDrawer) return;
+  if (nHistory > m_nHistory) m_nHistory = nHistory;
+  m_pDrawer->SetDataHistory<T>(const_cast<T*>(static_cast<const T*>(pData)), nCount, m_nHistory, nStride, iCurve,
+                               m_nCurves);
+  m_bNeedRedraw.store(1);
+}
+
+template <typename T>
+void CGraphWnd::DrawGraphHistoryCircular(int iCurve, const void* pData, int nCount, int nHistory, int nStride) {
+  if (iCurve >= m_nCurves || !m_pDrawer) return;
+  m_nHistory = nHistory;
+  m_pDrawer->SetDataHistoryCircular<T>(const_cast<T*>(static_cast<const T*>(pData)), nCount, nHistory, nStride, iCurve,
+                                       m_nCurves);
+  m_bNeedRedraw.store(1);
+}
+
+template <typename T>
+void CGraphWnd::DrawGraphAvg(int iCurve, const void* pData, int nCount, double dFactor, int nStride) {
+  if (iCurve >= m_nCurves || !m_pDrawer) return;
+  m_pDrawer->SetDataAvg<T>(const_cast<T*>(static_cast<const T*>(pData)), nCount, dFactor, nStride, iCurve, m_nCurves);
+  m_bNeedRedraw.store(1);
+}
+
+#define ORVEK_GRAPHWND_INSTANTIATE(T)                                                                 \
+  template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraph<T>(int, const void*, int, int);               \
+  template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphHistory<T>(int, const void*, int, int, int);   \
+  template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphHistoryCircular<T>(int, const void*, int, int, int); \
+  template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphAvg<T>(int, const void*, int, double, int);
+ORVEK_GRAPHWND_INSTANTIATE(char)
+ORVEK_GRAPHWND_INSTANTIATE(short)
+ORVEK_GRAPHWND_INSTANTIATE(int)
+ORVEK_GRAPHWND_INSTANTIATE(float)
+ORVEK_GRAPHWND_INSTANTIATE(double)
+ORVEK_GRAPHWND_INSTANTIATE(unsigned char)
+#undef ORVEK_GRAPHWND_INSTANTIATE
+
+// ---- ranges and marks ----
+
+void CGraphWnd::SetROI(int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, double dYMin, double dYMax,
+                       float fYAxisMin, float fYAxisMax, int nYDivs) {
+  if (m_pDrawer) m_pDrawer->SetROI(iFrom, iTo, fXMin, fXMax, nXDivs, dYMin, dYMax, fYAxisMin, fYAxisMax, nYDivs);
+}
+
+void CGraphWnd::SetROIAutoY(int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, double dYMin, double dYMax,
+                            int nYDivs) {
+  if (m_pDrawer) m_pDrawer->SetROIAutoY(iFrom, iTo, fXMin, fXMax, nXDivs, dYMin, dYMax, nYDivs);
+}
+
+void CGraphWnd::SetROIAutoY(int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, int nYDivs) {
+  if (m_pDrawer) m_pDrawer->SetROIAutoY(iFrom, iTo, fXMin, fXMax, nXDivs, nYDivs);
+}
+
+void CGraphWnd::HighlightCurve(int iCurve, int iFrom, int iTo) {
+  if (iCurve >= m_nCurves || !m_pDrawer) return;
+  m_pDrawer->SetHighlight(iCurve, iFrom, iTo, m_nCurves);
+}
+
+LONG CGraphWnd::ResetAdaptation(void) {
+  if (m_pDrawer) {
+    // The intake reads the flag under this lock.
+    CSingleLock lock(&m_pDrawer->m_csData, TRUE);
+    m_pDrawer->m_bResetAdaptation = 1;
+  }
+  return S_OK;
+}
+
+int CGraphWnd::IsDrawed(void) { return m_bNeedRedraw.load() ? 0 : 1; }
+
+LONG CGraphWnd::SaveImage(const wchar_t* pszPath) {
+  if (!pszPath || !m_pDrawer) return E_FAIL;
+  CSingleLock lock(&m_pDrawer->m_csData, TRUE);
+  const Gdiplus::Bitmap* frame = m_pDrawer->m_pFrameBitmap;
+  return frame && frame->SavePng(pszPath) == Gdiplus::Ok ? S_OK : E_FAIL;
+}
+
+// ---- handlers ----
+
+void CGraphWnd::OnTimer(UINT nIDEvent) {
+  if (nIDEvent == m_nRedrawTimer && m_bNeedRedraw.load() && IsWindowVisible()) {
+    // Cleared before the paint: a block that comes in between is drawn by
+    // that paint and asks for one more.
+    m_bNeedRedraw.store(0);
+    InvalidateRect(nullptr, FALSE);
+  }
+  Default();
+}
+
+void CGraphWnd::OnPaint(void) {
+  CPaintDC dc(this);
+  CGraphDrawer* d = m_pDrawer;
+  if (!d) return;  // destroyed: the window waits for its end
+  CSingleLock lock(&d->m_csData, TRUE);
+  if (d->m_bAxesPending) {
+    d->RedrawBackground();
+    d->m_bAxesPending = 0;
+  }
+  if (d->m_bDataPending) {
+    const int from = d->m_iDirtyFrom, to = d->m_iDirtyTo;
+    if (from <= to) {
+      d->DrawCurves(d->m_pFrameBitmap, d->m_pAxesBitmap, from, to);
+    } else {  // a sweep wrapped round: its end, then its start
+      d->DrawCurves(d->m_pFrameBitmap, d->m_pAxesBitmap, from, 0x7FFFFFFF);
+      d->DrawCurves(d->m_pFrameBitmap, d->m_pAxesBitmap, 0, to);
+    }
+    d->m_bDataPending = 0;
+  }
+  // The copy to the window stays under the lock as well: SetROI on a host
+  // thread draws into the frame bitmap, and the copy is short.
+  if (QPainter* painter = dc.GetPainter()) {
+    std::unique_ptr<Gdiplus::Graphics> g = Gdiplus::GraphicsOnPainter(painter);
+    g->DrawImage(d->m_pFrameBitmap, d->m_rcPlot.X, d->m_rcPlot.Y);
+  }
+}

@@ -1,0 +1,99 @@
+#pragma once
+
+#include <atomic>
+
+#include <orvek/platform/core/Rect.h>
+#include <orvek/platform/core/Types.h>
+#include <orvek/platform/ui/Wnd.h>
+
+class CGraphDrawer;
+
+// Description of one graph window. The texts are copied by Create.
+struct tagGraphWndInfo {
+  tagRECT rcWindow;        // place and size in the parent's client area; the size is the plot's
+  const wchar_t* pTitle;   // null: no title
+  const wchar_t* pXName;   // null: no name under the X axis
+  const wchar_t* pYName;   // null: no name beside the Y axis
+  int nCurves;             // below 1: one curve (CGraphsWindow takes 0 as "no graph here")
+};
+
+// The child window of one graph. Host threads push blocks of samples at any
+// time; the window's thread paints at most once per redraw period, however
+// many blocks came in between, and only while the window is visible.
+//
+// Order of use: construct, Create, optionally SetROI/SetROIAutoY, any number
+// of DrawGraph calls (from any thread) and ROI calls, Destroy, delete.
+// Create, Destroy and the handlers belong to the window's thread. After
+// Destroy no call but deleting may follow: a host that feeds from its own
+// threads stops them first (CGraphsWindow does that for its graphs).
+class ORVEK_API CGraphWnd : public CWnd {
+ public:
+  CGraphWnd(void);
+  // Ends the window but not the drawer: Destroy is the owner's task.
+  ~CGraphWnd(void) override;
+
+  // One curve, redrawn every 40 ms.
+  void Create(tagRECT rcWindow, CWnd* pParent, const wchar_t* pTitle, const wchar_t* pXName, const wchar_t* pYName);
+  // From a description, redrawn fRedrawRate times a second (above 0).
+  void Create(const tagGraphWndInfo* pInfo, CWnd* pParent, float fRedrawRate);
+  // Ends drawer, bitmaps, graphics session and timer; the window stays until
+  // the object is deleted and paints nothing.
+  void Destroy(void);
+
+  // Intake from any thread; T is char, short, int, float, double or unsigned
+  // char. A curve index outside the graph drops the block.
+  template <typename T>
+  void DrawGraph(int iCurve, const void* pData, int nCount, int nStride);
+  // Strip chart: the ring only ever grows to the largest nHistory seen.
+  template <typename T>
+  void DrawGraphHistory(int iCurve, const void* pData, int nCount, int nHistory, int nStride);
+  // Sweep: the ring takes the nHistory of each call.
+  template <typename T>
+  void DrawGraphHistoryCircular(int iCurve, const void* pData, int nCount, int nHistory, int nStride);
+  template <typename T>
+  void DrawGraphAvg(int iCurve, const void* pData, int nCount, double dFactor, int nStride);
+
+  // These draw into the bitmaps at once but ask for no paint: the picture
+  // shows with the next data or the next paint of the system.
+  void SetROI(int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, double dYMin, double dYMax, float fYAxisMin,
+              float fYAxisMax, int nYDivs);
+  void SetROIAutoY(int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, double dYMin, double dYMax, int nYDivs);
+  void SetROIAutoY(int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, int nYDivs);
+  // Shows with the next stroke of that stretch; (0, 0) clears it.
+  void HighlightCurve(int iCurve, int iFrom, int iTo);
+  // The next block snaps the ranges to its data. Always S_OK.
+  LONG ResetAdaptation(void);
+  // 1 when everything pushed so far has been handed on to a paint.
+  int IsDrawed(void);
+  // Writes the frame bitmap (axes and curves as last composed) as PNG:
+  // S_OK, or E_FAIL without a drawer or when the file cannot be written.
+  LONG SaveImage(const wchar_t* pszPath);
+
+  void OnPaint(void) override;
+  void OnTimer(UINT nIDEvent) override;
+
+  CGraphDrawer* m_pDrawer;   // owned, from Create to Destroy
+  int m_nCurves;
+  int m_nHistory;            // ring length of the history modes
+  UINT_PTR m_nRedrawTimer;   // id of the running redraw timer, 0 when none
+  // Set by host threads after their data are stored, cleared by the window's
+  // thread when it asks for the paint.
+  std::atomic<BOOL> m_bNeedRedraw;
+
+ private:
+  void SetRedrawTimer(float fRedrawRate);
+  void KillRedrawTimer(void);
+};
+
+#define ORVEK_GRAPHWND_EXTERN(T)                                                                          \
+  extern template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraph<T>(int, const void*, int, int);            \
+  extern template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphHistory<T>(int, const void*, int, int, int); \
+  extern template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphHistoryCircular<T>(int, const void*, int, int, int); \
+  extern template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphAvg<T>(int, const void*, int, double, int);
+ORVEK_GRAPHWND_EXTERN(char)
+ORVEK_GRAPHWND_EXTERN(short)
+ORVEK_GRAPHWND_EXTERN(int)
+ORVEK_GRAPHWND_EXTERN(float)
+ORVEK_GRAPHWND_EXTERN(double)
+ORVEK_GRAPHWND_EXTERN(unsigned char)
+#undef ORVEK_GRAPHWND_EXTERN

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <vector>
+
+#include <orvek/platform/core/Rect.h>
+#include <orvek/platform/core/Sync.h>
+#include <orvek/platform/core/Types.h>
+#include <orvek/platform/ui/Gdi.h>
+#include <orvek/platform/ui/Wnd.h>
+#include <orvek/plotting/windows/GraphWnd.h>
+
+// A floating tool window with a black ground that holds several graphs.
+// Create lays them out from the descriptions (their sizes are kept, their
+// places are wishes), and every call with a graph index goes through one
+// lock, so host threads may feed the graphs while the user closes the
+// window: from then on every such call answers E_FAIL.
+//
+// Order of use: construct, Create, SetROI/SetROIAutoY per graph, ShowWindow,
+// DrawGraph calls from any thread, then Destroy or the user's close, and
+// delete. Create, Destroy, ShowWindow, HideWindow and SaveImage belong to the
+// window's thread; a host joins its feeding threads before it deletes the
+// object.
+class ORVEK_API CGraphsWindow : public CWnd {
+ public:
+  CGraphsWindow(void);
+  ~CGraphsWindow(void) override;
+
+  // 1, or 0 if the window could not be made. Every rcWindow of pInfo comes
+  // back in the final client coordinates of this window. An entry with
+  // nCurves 0 keeps its place in the layout but holds no graph. A null
+  // pParent means the main window of the thread, if it has one.
+  int Create(tagGraphWndInfo* pInfo, int nGraphs, CWnd* pParent, float fRedrawRate);
+  // Ends every graph and the brush; the window itself stays.
+  void Destroy(void);
+  // Moves the window clear of the other tool windows of its parent, then
+  // shows it.
+  void ShowWindow(void);
+  void HideWindow(void);
+
+  // 1 when the graph has nothing waiting for a paint, or for an index
+  // outside the list or without a graph.
+  int IsGraphDrawed(int iGraph);
+  // The rectangle of that description in client coordinates, also after
+  // the window closed. E_POINTER, E_FAIL for an index outside the list.
+  LONG GetGraphWndRect(int iGraph, CRect* pRect);
+
+  // These give E_FAIL for an index outside the list (negative included) and
+  // after the window closed; an entry without a graph is skipped with S_OK.
+  LONG SetROIAutoY(int iGraph, int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, int nYDivs);
+  LONG SetROI(int iGraph, int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, double dYMin, double dYMax,
+              float fYAxisMin, float fYAxisMax, int nYDivs);
+  LONG HighlightCurve(int iGraph, int iFrom, int iTo, int iCurve);
+  LONG UnhighlightCurve(int iGraph, int iCurve);
+  LONG ResetAdaptation(int iGraph);
+  // Every graph; E_FAIL when there is none.
+  LONG ResetAdaptation(void);
+
+  // Intake from any thread (T as for CGraphWnd). A curve index outside the
+  // graph is no failure: the block is dropped.
+  template <typename T>
+  LONG DrawGraph(int iGraph, const void* pData, int nCount, int nStride, int iCurve);
+  template <typename T>
+  LONG DrawGraphHistory(int iGraph, const void* pData, int nCount, int nHistory, int nStride, int iCurve);
+  template <typename T>
+  LONG DrawGraphAvg(int iGraph, const void* pData, int nCount, double dFactor, int nStride, int iCurve);
+
+  // Writes the whole client area with all graphs, as they are painted now,
+  // as PNG (shown or hidden): S_OK, or E_FAIL without a window, on another
+  // thread, or when the file cannot be written.
+  LONG SaveImage(const wchar_t* pszPath);
+
+  void OnClose(void) override;
+  void OnDestroy(void) override;
+
+  std::vector<CGraphWnd*> m_graphs;  // owned; null where a description asked for no graph
+  HBRUSH m_hBrush;                   // ground of the window class
+  CCriticalSection m_csGraphs;       // m_graphs, m_rects and every call through them
+  std::vector<tagRECT> m_rects;      // final rectangle of each description
+
+ protected:
+  // The host uses ShowWindow() and HideWindow().
+  int ShowWindow(int nCmdShow);
+};
+
+#define ORVEK_GRAPHSWINDOW_EXTERN(T)                                                                           \
+  extern template ORVEK_TEMPLATE_API LONG CGraphsWindow::DrawGraph<T>(int, const void*, int, int, int);         \
+  extern template ORVEK_TEMPLATE_API LONG CGraphsWindow::DrawGraphHistory<T>(int, const void*, int, int, int, int); \
+  extern template ORVEK_TEMPLATE_API LONG CGraphsWindow::DrawGraphAvg<T>(int, const void*, int, double, int, int);
+ORVEK_GRAPHSWINDOW_EXTERN(char)
+ORVEK_GRAPHSWINDOW_EXTERN(short)
+ORVEK_GRAPHSWINDOW_EXTERN(int)
+ORVEK_GRAPHSWINDOW_EXTERN(float)
+ORVEK_GRAPHSWINDOW_EXTERN(double)
+ORVEK_GRAPHSWINDOW_EXTERN(unsigned char)
+#undef ORVEK_GRAPHSWINDOW_EXTERN

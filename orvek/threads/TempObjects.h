@@ -1,0 +1,37 @@
+#pragma once
+
+#include <vector>
+
+#include <orvek/platform/core/Sync.h>
+#include <orvek/platform/core/Types.h>
+
+// A process-wide list of plain heap blocks to be freed later, one by one or
+// all at once. Only memory is given back: no destructor runs, so it is for
+// blocks of types without one (an array of a type with a destructor carries
+// a hidden count and must not be registered). Any thread may call it; the
+// lock is held while blocks are freed.
+class ORVEK_API CTempObjects {
+ public:
+  struct tagPtrInfo {
+    void* pPtr;
+    int nType;  // 1: made with new, 2: made with new[]
+  };
+
+  // Registers a block made with new. Nothing is checked: a block registered
+  // twice would be freed twice.
+  static void AddPtr(void* pPtr);
+  // Registers a block made with new[].
+  static void AddArrayPtr(void* pPtr);
+  // Frees and deregisters the first entry of the block: S_OK, or E_FAIL if
+  // it is not listed.
+  static LONG Delete(void* pPtr);
+  // Frees every block and empties the list.
+  static void Clean();
+
+  static CCriticalSection ms_FncSection;
+  // In order of registration. What is left at unload is not freed.
+  static std::vector<tagPtrInfo> ms_PtrInfo;
+
+ private:
+  static LONG DeletePtr(tagPtrInfo* pInfo);
+};

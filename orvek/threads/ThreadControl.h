@@ -1,0 +1,90 @@
+#pragma once
+
+#include <deque>
+
+#include <orvek/platform/core/Kernel.h>
+#include <orvek/platform/core/Sync.h>
+#include <orvek/platform/core/Types.h>
+
+// One worker thread whose body is a message loop. The object belongs to the
+// thread that started the worker; it has no lock.
+class ORVEK_API CThreadControl {
+ public:
+  CThreadControl();
+  // Posts WM_QUIT and waits for the thread without limit: its body has to end
+  // its loop on WM_QUIT.
+  ~CThreadControl();
+  CThreadControl(const CThreadControl&) = delete;
+  CThreadControl& operator=(const CThreadControl&) = delete;
+
+  // Starts the thread at the priority; its body never runs at another one.
+  // S_OK, E_FAIL (thread not made, or priority refused: the thread is then
+  // abandoned before its body runs and the object is free again), or
+  // ERROR_ALREADY_INITIALIZED while a thread exists.
+  LONG Init(DWORD (*pThreadFunc)(void*), void* pParam, int nPriority);
+  // Posts WM_QUIT and waits up to dwTimeout ms. S_OK if the thread ended,
+  // else ERROR_TIMEOUT and the thread runs on unwatched. Either way the object
+  // lets go of the thread.
+  LONG Close(DWORD dwTimeout);
+  // Posts to the thread, retrying while its queue does not exist yet.
+  // E_PENDING with no thread, or once the thread has ended.
+  LONG PostMessageW(UINT nMsg, UINT wParam, LONG lParam);
+  void* GetHandle();
+  DWORD GetThreadID();
+
+ private:
+  // Posts WM_QUIT, retrying until the thread has a queue, has ended, or the
+  // time is up.
+  void postQuit(DWORD dwTimeout);
+
+  HANDLE m_hThread;
+  DWORD m_dwThreadID;
+};
+
+// One waiting message of CMessagePoster.
+struct tagPostItem {
+  DWORD dwThreadID;  // target thread; 0 if the target is a window
+  HWND hWnd;         // target window; null if the target is a thread
+  UINT nMsg;
+  UINT wParam;
+  LONG lParam;
+  DWORD dwDelay;     // milliseconds
+  DWORD dwPostTick;  // GetTickCount at queuing
+};
+
+// A delay line for thread and window messages: a background thread at idle
+// priority posts each message on the first tick of its period at or after its
+// delay has run out, strictly in the order of queuing. Any thread may call it.
+class ORVEK_API CMessagePoster {
+ public:
+  CMessagePoster();
+  // Stops the poster thread, waiting for it without limit; messages still
+  // queued are dropped.
+  ~CMessagePoster();
+  CMessagePoster(const CMessagePoster&) = delete;
+  CMessagePoster& operator=(const CMessagePoster&) = delete;
+
+  // Starts the poster thread with the tick period in ms (0: a single tick).
+  // S_OK, E_FAIL, or ERROR_ALREADY_INITIALIZED while a poster thread exists.
+  LONG Init(DWORD dwPeriod);
+  void PostThreadMessageW(DWORD dwDelay, DWORD dwThreadID, UINT nMsg, UINT wParam, LONG lParam);
+  // A null hWnd posts to the poster thread's own queue, which nobody reads.
+  void PostMessageW(DWORD dwDelay, HWND hWnd, UINT nMsg, UINT wParam, LONG lParam);
+  // Stops the poster thread (waits up to 1000 ms): S_OK or ERROR_TIMEOUT.
+  // Queued messages stay and go out after a later Init.
+  LONG Close();
+
+ private:
+  static DWORD PostThread(void* pThis);
+  void queue(const tagPostItem& item);
+  LONG stop(DWORD dwTimeout);
+
+  std::deque<tagPostItem> m_Queue;
+  // Lock order: m_csFnc, then m_csQueue. The poster thread takes only
+  // m_csQueue.
+  CCriticalSection m_csFnc;
+  CCriticalSection m_csQueue;
+  HANDLE m_hThread;
+  DWORD m_dwPeriod;
+  CEvent m_StopEvent;
+};

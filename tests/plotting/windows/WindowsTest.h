@@ -1,0 +1,58 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QImage>
+
+#include <atomic>
+#include <cmath>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <orvek/Orvek.h>
+
+// Pumps the GUI thread's events until the condition holds or the time is up.
+inline bool WaitFor(const std::function<bool()>& done, DWORD timeoutMs = 3000) {
+  const DWORD start = GetTickCount();
+  while (!done()) {
+    if (GetTickCount() - start > timeoutMs) return false;
+    COrvekGlobals::PumpMessages(5);
+  }
+  return true;
+}
+
+inline std::wstring TestPath(const char* name) {
+  const std::string p = std::string(ORVEK_TEST_BINARY_DIR) + "/" + name;
+  return std::wstring(p.begin(), p.end());
+}
+
+inline QImage LoadPng(const std::wstring& path) { return QImage(QString::fromStdWString(path)); }
+
+// The first curve's pen (0xC080FF00) over the black ground.
+inline bool IsCurvePixel(QRgb p) { return qGreen(p) > 150 && qRed(p) > 60 && qRed(p) < 140 && qBlue(p) < 40; }
+
+inline std::vector<float> Sine(int n, double periods, double amplitude = 1.0) {
+  std::vector<float> v(static_cast<std::size_t>(n));
+  for (int i = 0; i < n; ++i) v[static_cast<std::size_t>(i)] = static_cast<float>(amplitude * std::sin(6.283185307 * periods * i / n));
+  return v;
+}
+
+// A graph that counts its paints.
+class CCountingGraph : public CGraphWnd {
+ public:
+  std::atomic<int> m_nPaints{0};
+  void OnPaint() override {
+    ++m_nPaints;
+    CGraphWnd::OnPaint();
+  }
+};
+
+// A top-level window of the host, as a parent for single graphs.
+class CHostWindow : public CWnd {
+ public:
+  BOOL Create(int cx, int cy, bool bVisible) {
+    const DWORD style = WS_POPUP | WS_CAPTION | WS_SYSMENU | (bVisible ? WS_VISIBLE : 0);
+    return CreateEx(0, nullptr, L"host", style, CRect(100, 100, 100 + cx, 100 + cy), nullptr, 0);
+  }
+};
