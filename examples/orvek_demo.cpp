@@ -7,10 +7,15 @@
 //     average    running average (DrawGraphAvg) of noisy triggered captures
 //   window "Orvek demo: sweep" (a window of the host holding one CGraphWnd)
 //     sweep      (DrawGraphHistoryCircular): a chirp, one lap a second
+//   tuning dialog (a CDlgParamTune over the generator's parameters)
+//     Signal     gain, frequency and noise level
+//     Filter     the low-pass on or off, and the waveform
+//   Its values are kept in orvek_demo.ini beside the program: loaded at the
+//   start, saved at the end.
 //
-// On a display it runs until both windows are closed. Without one, or with
-// --offscreen or --seconds N, it runs for a few seconds and writes PNG frames
-// of both windows, one pair a second, to out/ (or --out DIR).
+// On a display it runs until all three windows are closed. Without one, or
+// with --offscreen or --seconds N, it runs for a few seconds and writes PNG
+// frames of the windows, one set a second, to out/ (or --out DIR).
 #include <orvek/Orvek.h>
 
 #include <sys/stat.h>
@@ -278,6 +283,25 @@ int main(int argc, char** argv) {
   sweep->MoveWindow(rc.left, rc.bottom + 10, sweepRc.Width(), sweepRc.Height());
   sweep->ShowWindow(SW_SHOW);
 
+  // The dialog writes g_params in place; the generator copies it at every
+  // block, so a move of a slider is heard within 10 ms.
+  tagParamChoice waves[] = {{0, L"Sine"}, {1, L"Square"}, {2, L"Triangle"}, {3, L"Sawtooth"}};
+  const tagParamInfoV2 tuned[] = {
+      {L"Signal", ePT_Group, nullptr, 0, 0, nullptr, nullptr, nullptr, 0},
+      {L"Gain", ePT_Float, &g_params.fGain, 0.0, 4.0, nullptr, nullptr, nullptr, 0},
+      {L"Freq, Hz", ePT_Float, &g_params.fFrequency, 50.0, 5000.0, nullptr, nullptr, nullptr, 0},
+      {L"Noise", ePT_Float, &g_params.fNoise, 0.0, 3.0, nullptr, nullptr, nullptr, 0},
+      {L"Filter", ePT_Group, nullptr, 0, 0, nullptr, nullptr, nullptr, 0},
+      {L"4 kHz low-pass", ePT_Bool, &g_params.bFilter, 0, 0, nullptr, nullptr, nullptr, 0},
+      {L"Wave", ePT_List, &g_params.nWaveform, 0, 0, nullptr, nullptr, waves, 4},
+  };
+  // A full path, so that the load does not move the current folder.
+  const CStringW valueFile = COrvekGlobals::GetApplicationPath() + L"orvek_demo.ini";
+  auto* tuning = new CDlgParamTune;
+  tuning->Create(tuned, static_cast<int>(sizeof tuned / sizeof tuned[0]), nullptr, nullptr);
+  tuning->LoadParamValues(valueFile.GetString());  // a missing file changes nothing
+  tuning->ShowWindow();
+
   std::atomic<bool> stop{false};
   CGenerator generator(graphs, sweep);
   const auto start = std::chrono::steady_clock::now();
@@ -291,6 +315,7 @@ int main(int argc, char** argv) {
       const bool a = graphs->SaveImage(FramePath(opt.sOut, "graphs", s).c_str()) == S_OK;
       const bool b = sweep->SaveImage(FramePath(opt.sOut, "sweep", s).c_str()) == S_OK;
       frames += a + b;
+      if (tuning->IsWindowVisible()) tuning->SaveClientImage(FramePath(opt.sOut, "tuning", s).c_str());
       if (!::IsWindow(graphs->m_hWnd) && !::IsWindow(sweep->m_hWnd)) break;
     }
   } else {
@@ -304,6 +329,9 @@ int main(int argc, char** argv) {
               seconds, generator.Blocks() * kBlock / seconds);
   if (opt.nSeconds > 0) std::printf("wrote %d frames to %s/\n", frames, opt.sOut.c_str());
 
+  if (tuning->SaveParamValues(valueFile.GetString()) == S_OK)
+    std::printf("tuned values saved to %s\n", CStringA(valueFile).GetString());
+  delete tuning;
   graphs->Destroy();
   delete graphs;
   delete sweep;
