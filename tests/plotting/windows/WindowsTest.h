@@ -11,16 +11,10 @@
 #include <vector>
 
 #include <orvek/Orvek.h>
+// Graph windows paint on a 40 ms timer: a longer wait than the window layer's.
+#define ORVEK_TEST_WAIT_MS 3000
+#include <support/EventWait.h>
 
-// Pumps the GUI thread's events until the condition holds or the time is up.
-inline bool WaitFor(const std::function<bool()>& done, DWORD timeoutMs = 3000) {
-  const DWORD start = GetTickCount();
-  while (!done()) {
-    if (GetTickCount() - start > timeoutMs) return false;
-    COrvekGlobals::PumpMessages(5);
-  }
-  return true;
-}
 
 inline std::wstring TestPath(const char* name) {
   const std::string p = std::string(ORVEK_TEST_BINARY_DIR) + "/" + name;
