@@ -12,42 +12,6 @@ CCriticalSection::CCriticalSection() = default;
 
 CCriticalSection::~CCriticalSection() = default;
 
-BOOL CCriticalSection::Lock() {
-  const DWORD me = GetCurrentThreadId();
-  if (m_owner.load(std::memory_order_relaxed) == me) {
-    ++m_depth;
-    return TRUE;
-  }
-  m_mutex.lock();
-  m_owner.store(me, std::memory_order_relaxed);
-  m_depth = 1;
-  return TRUE;
-}
-
-BOOL CCriticalSection::Lock(DWORD) { return Lock(); }
-
-BOOL CCriticalSection::Unlock() {
-  // Only the owner may unlock; anyone else changes nothing.
-  if (m_owner.load(std::memory_order_relaxed) != GetCurrentThreadId()) return FALSE;
-  if (--m_depth == 0) {
-    m_owner.store(0, std::memory_order_relaxed);
-    m_mutex.unlock();
-  }
-  return TRUE;
-}
-
-BOOL CCriticalSection::TryLock() {
-  const DWORD me = GetCurrentThreadId();
-  if (m_owner.load(std::memory_order_relaxed) == me) {
-    ++m_depth;
-    return TRUE;
-  }
-  if (!m_mutex.try_lock()) return FALSE;
-  m_owner.store(me, std::memory_order_relaxed);
-  m_depth = 1;
-  return TRUE;
-}
-
 CSingleLock::CSingleLock(CSyncObject* object, BOOL bInitialLock) : m_pObject(object), m_bAcquired(FALSE) {
   if (bInitialLock) Lock();
 }

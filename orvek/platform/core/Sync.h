@@ -46,18 +46,51 @@ class ORVEK_API CCriticalSection : public CSyncObject {
   CCriticalSection(const CCriticalSection&) = delete;
   CCriticalSection& operator=(const CCriticalSection&) = delete;
 
-  BOOL Lock();
+  // Inline: a lock taken many times a second must not pay for calls.
+  BOOL Lock() {
+    const std::uintptr_t me = Self();
+    if (m_owner.load(std::memory_order_relaxed) == me) {
+      ++m_depth;
+      return TRUE;
+    }
+    m_mutex.lock();
+    m_owner.store(me, std::memory_order_relaxed);
+    m_depth = 1;
+    return TRUE;
+  }
   // The timeout is not used: a critical section waits until it has the lock.
-  BOOL Lock(DWORD timeout) override;
-  BOOL Unlock() override;
+  BOOL Lock(DWORD) override { return Lock(); }
+  // Only the owner may unlock; anyone else changes nothing.
+  BOOL Unlock() override {
+    if (m_owner.load(std::memory_order_relaxed) != Self()) return FALSE;
+    if (--m_depth == 0) {
+      m_owner.store(0, std::memory_order_relaxed);
+      m_mutex.unlock();
+    }
+    return TRUE;
+  }
   // Non-blocking attempt, for code that must not wait.
-  BOOL TryLock();
+  BOOL TryLock() {
+    const std::uintptr_t me = Self();
+    if (m_owner.load(std::memory_order_relaxed) == me) {
+      ++m_depth;
+      return TRUE;
+    }
+    if (!m_mutex.try_lock()) return FALSE;
+    m_owner.store(me, std::memory_order_relaxed);
+    m_depth = 1;
+    return TRUE;
+  }
 
  private:
+  // The calling thread's identity: its thread pointer, which no other live
+  // thread shares and which costs one register read.
+  static std::uintptr_t Self() { return reinterpret_cast<std::uintptr_t>(__builtin_thread_pointer()); }
+
   // A plain mutex with an owner and a depth: the owner's nested locks cost a
   // comparison, the first one a plain mutex lock.
   std::mutex m_mutex;
-  std::atomic<DWORD> m_owner{0};
+  std::atomic<std::uintptr_t> m_owner{0};  // Self() of the owner, 0 for none
   unsigned m_depth = 0;
 };
 
