@@ -50,6 +50,24 @@ void CGraphDrawerBase::DrawCurves(Bitmap* pTarget, Bitmap* pBackground, int, int
 
 void CGraphDrawerBase::RedrawBackground(void) {}
 
+void CGraphDrawerBase::DrawPending(void) {
+  CSingleLock lock(&m_csData, TRUE);
+  if (m_bAxesPending) {
+    RedrawBackground();
+    m_bAxesPending = 0;
+  }
+  if (m_bDataPending) {
+    const int from = m_iDirtyFrom, to = m_iDirtyTo;
+    if (from <= to) {
+      DrawCurves(m_pFrameBitmap, m_pAxesBitmap, from, to);
+    } else {
+      DrawCurves(m_pFrameBitmap, m_pAxesBitmap, from, 0x7FFFFFFF);
+      DrawCurves(m_pFrameBitmap, m_pAxesBitmap, 0, to);
+    }
+    m_bDataPending = 0;
+  }
+}
+
 void CGraphDrawerBase::SetHighlight(int iCurve, int iFrom, int iTo, int nCurves) {
   CSingleLock lock(&m_csData, TRUE);
   if (iCurve < 0 || iCurve >= nCurves) return;

@@ -37,6 +37,11 @@ class ORVEK_API CGraphDrawerBase : public CAxesDrawerBase {
   // while a paint runs. Shows with the next stroke of that stretch.
   void SetHighlight(int iCurve, int iFrom, int iTo, int nCurves);
 
+  // The compose step of a paint, under m_csData: rebuilds the axes bitmap if
+  // a range moved, then draws the dirty stretch into the frame bitmap (a
+  // wrapped sweep as its end, then its start), and clears both marks.
+  void DrawPending(void);
+
   BOOL m_bDataPending;  // a dirty sample range waits for the next paint
   BOOL m_bAxesPending;  // the ranges moved: rebuild m_pAxesBitmap first
   int m_iDirtyFrom;

@@ -194,20 +194,7 @@ void CGraphWnd::OnPaint(void) {
   CGraphDrawer* d = m_pDrawer;
   if (!d) return;  // destroyed: the window waits for its end
   CSingleLock lock(&d->m_csData, TRUE);
-  if (d->m_bAxesPending) {
-    d->RedrawBackground();
-    d->m_bAxesPending = 0;
-  }
-  if (d->m_bDataPending) {
-    const int from = d->m_iDirtyFrom, to = d->m_iDirtyTo;
-    if (from <= to) {
-      d->DrawCurves(d->m_pFrameBitmap, d->m_pAxesBitmap, from, to);
-    } else {  // a sweep wrapped round: its end, then its start
-      d->DrawCurves(d->m_pFrameBitmap, d->m_pAxesBitmap, from, 0x7FFFFFFF);
-      d->DrawCurves(d->m_pFrameBitmap, d->m_pAxesBitmap, 0, to);
-    }
-    d->m_bDataPending = 0;
-  }
+  d->DrawPending();
   // The copy to the window stays under the lock as well: SetROI on a host
   // thread draws into the frame bitmap, and the copy is short.
   if (QPainter* painter = dc.GetPainter()) {

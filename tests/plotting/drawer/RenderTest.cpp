@@ -63,18 +63,7 @@ struct Graph {
   }
   ~Graph() { d.m_pAxesBitmap = d.m_pFrameBitmap = nullptr; }
   void Paint() {  // the compose step of a paint
-    CSingleLock lock(&d.m_csData, TRUE);
-    if (d.m_bAxesPending) d.RedrawBackground();
-    d.m_bAxesPending = 0;
-    if (d.m_bDataPending) {
-      if (d.m_iDirtyFrom <= d.m_iDirtyTo) {
-        d.DrawCurves(&frame, &axes, d.m_iDirtyFrom, d.m_iDirtyTo);
-      } else {
-        d.DrawCurves(&frame, &axes, d.m_iDirtyFrom, 0x7FFFFFFF);
-        d.DrawCurves(&frame, &axes, 0, d.m_iDirtyTo);
-      }
-    }
-    d.m_bDataPending = 0;
+    d.DrawPending();
   }
 };
 
