@@ -19,7 +19,6 @@
 
 #include <orvek/frame/OrvekGlobals.h>
 
-
 #include <orvek/threads/MTPtrStorage.h>
 #include <orvek/threads/ResourceLock.h>
 #include <orvek/threads/TempObjects.h>
@@ -33,7 +32,6 @@
 #include <orvek/persistence/IniFile.h>
 #include <orvek/persistence/LogFile.h>
 #include <orvek/persistence/SizeStructFile.h>
-
 
 #include <orvek/tables/TableArrayDrawer.h>
 #include <orvek/tables/TableDrawer.h>
@@ -49,7 +47,3 @@
 #include <orvek/signal/ScatteredArray.h>
 #include <orvek/signal/SoftValueChanger.h>
 
-
-#include <orvek/persistence/IniFile.h>
-#include <orvek/persistence/LogFile.h>
-#include <orvek/persistence/SizeStructFile.h>

@@ -12,7 +12,7 @@ shift || true
 
 PACKAGES=(
   build-essential cmake ninja-build pkg-config git
-  qt6-base-dev qt6-base-dev-tools libgl-dev fonts-dejavu-core
+  qt6-base-dev qt6-base-dev-tools libgl-dev libx11-dev fonts-dejavu-core
   libgtest-dev libgmock-dev libbenchmark-dev
   libboost-dev libsimpleini-dev libinih-dev
   clang libclang-rt-14-dev libomp-dev

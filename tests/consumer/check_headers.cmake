@@ -8,6 +8,17 @@ if(r)
   message(FATAL_ERROR "<orvek/Orvek.h> does not compile without Qt:\n${err}")
 endif()
 
+# Xlib.h defines macros such as Status, True and None; a host that includes it
+# before the umbrella header still compiles.
+if(EXISTS /usr/include/X11/Xlib.h)
+  file(WRITE ${WORK_DIR}/with_xlib.cpp "#include <X11/Xlib.h>\n#include <orvek/Orvek.h>\nint main() { Status s = 0; return s; }\n")
+  execute_process(COMMAND ${CXX} -std=c++17 -fsyntax-only -Wall -Wextra -Werror -I${SOURCE_DIR} ${WORK_DIR}/with_xlib.cpp
+                  RESULT_VARIABLE r ERROR_VARIABLE err)
+  if(r)
+    message(FATAL_ERROR "<orvek/Orvek.h> does not compile after <X11/Xlib.h>:\n${err}")
+  endif()
+endif()
+
 file(READ ${SOURCE_DIR}/orvek/Orvek.h umbrella)
 file(GLOB_RECURSE headers RELATIVE ${SOURCE_DIR} ${SOURCE_DIR}/orvek/*.h)
 set(missing "")

@@ -5,6 +5,11 @@
 
 #include <orvek/platform/core/Types.h>
 
+// X11's Xlib.h defines Status as a macro; a host that includes it first
+// still gets this header's enum, and its own macro back at the end.
+#pragma push_macro("Status")
+#undef Status
+
 // Raster drawing for the plots: bitmaps, drawing contexts, pens, brushes,
 // fonts, lines and text. The names and meanings follow the host platform's
 // graphics library, so drawing code reads the same on every target; Qt stays
@@ -241,3 +246,5 @@ class ORVEK_API Graphics {
 };
 
 }  // namespace Gdiplus
+
+#pragma pop_macro("Status")
