@@ -94,12 +94,17 @@ class CRect : public tagRECT {
   CRect(const RECT* r) { if (r) *static_cast<RECT*>(this) = *r; else left = top = right = bottom = 0; }
   CRect(POINT p, SIZE s) { left = p.x; top = p.y; right = p.x + s.cx; bottom = p.y + s.cy; }
 
-  int Width() const { return right - left; }
-  int Height() const { return bottom - top; }
+  // In 64 bits, so that rectangles near the 32-bit limits cannot overflow;
+  // a side longer than an int wraps as on the host platform.
+  int Width() const { return static_cast<int>(static_cast<long long>(right) - left); }
+  int Height() const { return static_cast<int>(static_cast<long long>(bottom) - top); }
   CSize Size() const { return CSize(Width(), Height()); }
   CPoint TopLeft() const { return CPoint(left, top); }
   CPoint BottomRight() const { return CPoint(right, bottom); }
-  CPoint CenterPoint() const { return CPoint((left + right) / 2, (top + bottom) / 2); }
+  CPoint CenterPoint() const {
+    return CPoint(static_cast<int>((static_cast<long long>(left) + right) / 2),
+                  static_cast<int>((static_cast<long long>(top) + bottom) / 2));
+  }
   BOOL IsRectEmpty() const { return ::IsRectEmpty(this); }
   BOOL IsRectNull() const { return left == 0 && top == 0 && right == 0 && bottom == 0; }
   BOOL PtInRect(POINT p) const { return ::PtInRect(this, p); }

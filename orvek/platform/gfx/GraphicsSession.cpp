@@ -2,33 +2,91 @@
 
 #include <QApplication>
 #include <QCoreApplication>
+#include <QGuiApplication>
 
+#include <atomic>
+#include <cctype>
 #include <cstdlib>
+#include <cstring>
 #include <mutex>
 #include <set>
+#include <string>
+
+#include <orvek/platform/gfx/GraphicsSession_p.h>
 
 namespace {
 std::mutex g_lock;
 std::set<ULONG> g_open;
 ULONG g_next = 0;
 QApplication* g_created = nullptr;
+std::atomic<orvek_gfx::ApplicationEndHook> g_endHook{nullptr};
 int g_argc = 1;
 char g_arg0[] = "orvek";
 char* g_argv[] = {g_arg0, nullptr};
 
-bool hasDisplay() {
-  const char* x = std::getenv("DISPLAY");
-  const char* w = std::getenv("WAYLAND_DISPLAY");
-  return (x && *x) || (w && *w);
+bool nonEmptyEnv(const char* name) {
+  const char* v = std::getenv(name);
+  return v && *v;
+}
+
+std::string lower(const char* name) {
+  std::string s = nonEmptyEnv(name) ? std::getenv(name) : "";
+  for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return s;
+}
+
+// The platform list Qt will try: the host's QT_QPA_PLATFORM, else offscreen
+// without any display, else what Qt itself picks for the session.
+std::string requestedPlatforms() {
+  if (nonEmptyEnv("QT_QPA_PLATFORM")) return std::getenv("QT_QPA_PLATFORM");
+  if (!nonEmptyEnv("DISPLAY") && !nonEmptyEnv("WAYLAND_DISPLAY")) return "offscreen";
+  const bool gnome = lower("XDG_CURRENT_DESKTOP").find("gnome") != std::string::npos ||
+                     lower("XDG_SESSION_DESKTOP").find("gnome") != std::string::npos;
+  if (lower("XDG_SESSION_TYPE") == "wayland" && !gnome) return "wayland";
+  return nonEmptyEnv("DISPLAY") ? "xcb" : "wayland";
+}
+
+bool listsOffscreen(const std::string& platforms) {
+  std::size_t at = 0;
+  while (at <= platforms.size()) {
+    const std::size_t end = std::min(platforms.find(';', at), platforms.size());
+    const std::string item = platforms.substr(at, end - at);
+    if (item.substr(0, item.find(':')) == "offscreen") return true;
+    at = end + 1;
+  }
+  return false;
+}
+
+// Qt ends the process when no platform plugin of the list can be opened (no
+// display, a missing plugin). Offscreen, which always opens, is put last in
+// the list; landing on it when the host did not ask for it is a refusal.
+QApplication* createApplication() {
+  const std::string platforms = requestedPlatforms();
+  const bool offscreenAsked = listsOffscreen(platforms);
+  const char* before = std::getenv("QT_QPA_PLATFORM");
+  const std::string saved = before ? before : "";
+  setenv("QT_QPA_PLATFORM", offscreenAsked ? platforms.c_str() : (platforms + ";offscreen").c_str(), 1);
+  auto* app = new QApplication(g_argc, g_argv);
+  if (before)
+    setenv("QT_QPA_PLATFORM", saved.c_str(), 1);
+  else
+    unsetenv("QT_QPA_PLATFORM");
+  if (!offscreenAsked && QGuiApplication::platformName() == QLatin1String("offscreen")) {
+    delete app;
+    return nullptr;
+  }
+  return app;
 }
 }  // namespace
+
+void orvek_gfx::SetApplicationEndHook(ApplicationEndHook hook) { g_endHook.store(hook); }
 
 int GdiplusStartup(ULONG* token, const GdiplusStartupInput* input, void*) {
   if (!token || !input || input->GdiplusVersion != 1) return 2;  // InvalidParameter
   std::lock_guard<std::mutex> g(g_lock);
   if (!QCoreApplication::instance()) {
-    if (!hasDisplay() && !std::getenv("QT_QPA_PLATFORM")) setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    g_created = new QApplication(g_argc, g_argv);
+    g_created = createApplication();
+    if (!g_created) return 18;  // GdiplusNotInitialized: no display to draw on
   }
   do {
     ++g_next;
@@ -39,10 +97,19 @@ int GdiplusStartup(ULONG* token, const GdiplusStartupInput* input, void*) {
 }
 
 void GdiplusShutdown(ULONG token) {
-  std::lock_guard<std::mutex> g(g_lock);
+  std::unique_lock<std::mutex> g(g_lock);
   if (!g_open.erase(token)) return;
   if (g_open.empty() && g_created) {
-    delete g_created;
+    QApplication* app = g_created;
     g_created = nullptr;
+    // The hook may end windows whose graphs close sessions of their own.
+    g.unlock();
+    if (orvek_gfx::ApplicationEndHook hook = g_endHook.load()) hook();
+    g.lock();
+    if (!g_open.empty()) {
+      g_created = app;  // a session was opened meanwhile: the application stays
+      return;
+    }
+    delete app;
   }
 }

@@ -6,9 +6,14 @@
 #include <QTimer>
 #include <QWidget>
 
+#include <atomic>
+
 #include <orvek/platform/core/Kernel.h>
+#include <orvek/platform/ui/MessageLoop_p.h>
 
 namespace {
+
+std::atomic<bool> g_hostLeftLoop{false};
 
 bool anyVisibleWindow() {
   for (const QWidget* w : QApplication::topLevelWidgets()) {
@@ -27,7 +32,11 @@ bool anyVisibleWindow() {
 
 }  // namespace
 
+bool orvek_ui::HostLeftLoop() { return g_hostLeftLoop.load(); }
+void orvek_ui::SetHostLeftLoop(bool left) { g_hostLeftLoop.store(left); }
+
 void COrvekGlobals::PumpMessages(DWORD dwMilliseconds) {
+  orvek_ui::SetHostLeftLoop(false);
   if (!qobject_cast<QApplication*>(QCoreApplication::instance())) {
     Sleep(dwMilliseconds);
     return;
@@ -39,6 +48,7 @@ void COrvekGlobals::PumpMessages(DWORD dwMilliseconds) {
 
 int COrvekGlobals::RunMessageLoop() {
   if (!qobject_cast<QApplication*>(QCoreApplication::instance())) return 0;
+  orvek_ui::SetHostLeftLoop(false);
   QEventLoop loop;
   int code = 0;
   // WM_QUIT comes through the core's thread queue, which does not wake Qt:
@@ -47,13 +57,17 @@ int COrvekGlobals::RunMessageLoop() {
     MSG m;
     if (PeekMessageW(&m, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE)) {
       code = static_cast<int>(m.wParam);
+      orvek_ui::SetHostLeftLoop(true);
       loop.exit();
     } else if (!anyVisibleWindow()) {
       loop.exit();
     }
   };
   MSG m;
-  if (PeekMessageW(&m, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE)) return static_cast<int>(m.wParam);
+  if (PeekMessageW(&m, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE)) {
+    orvek_ui::SetHostLeftLoop(true);
+    return static_cast<int>(m.wParam);
+  }
   if (!anyVisibleWindow()) return 0;
   QTimer poll;
   poll.setInterval(20);

@@ -27,7 +27,9 @@
 #include <vector>
 
 #include <orvek/platform/core/Kernel_p.h>
+#include <orvek/platform/gfx/GraphicsSession_p.h>
 #include <orvek/platform/ui/Dc.h>
+#include <orvek/platform/ui/MessageLoop_p.h>
 
 namespace {
 
@@ -247,8 +249,61 @@ BOOL postToWindow(HWND h, UINT message, WPARAM wParam, LPARAM lParam) {
   return TRUE;
 }
 
+// Every window whose widget has no window above it, in creation order.
+std::vector<HWND> topWindows() {
+  std::vector<std::pair<std::uintptr_t, HWND>> tops;
+  {
+    std::lock_guard<std::mutex> g(reg().mu);
+    for (const auto& [key, impl] : reg().byHandle) {
+      bool below = false;
+      for (const QWidget* p = impl->widget->parentWidget(); p && !below; p = p->parentWidget())
+        below = reg().byWidget.count(p) != 0;
+      if (!below) tops.emplace_back(key, impl->hwnd);
+    }
+  }
+  std::sort(tops.begin(), tops.end());
+  std::vector<HWND> out;
+  for (const auto& t : tops) out.push_back(t.second);
+  return out;
+}
+
+// The application object the library made is about to go: its windows end
+// first, handlers and all, while Qt is whole, so that the objects the host
+// deletes later find no window left to touch.
+void endWindowsBeforeApplication() {
+  if (!isGuiThread()) return;
+  for (HWND h : topWindows()) ::DestroyWindow(h);
+  if (!orvek_ui::dispatching()) QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+// The host's application object is being deleted with windows still alive.
+// Qt has already taken their platform windows; what is left of them is
+// unhooked and never touched again, so the objects end quietly later.
+void forgetWindowsAfterApplication() {
+  std::vector<CWndImpl*> all;
+  {
+    std::lock_guard<std::mutex> g(reg().mu);
+    for (const auto& e : reg().byHandle) all.push_back(e.second);
+  }
+  for (CWndImpl* impl : all) impl->detach();
+}
+
+// Once per application object: note when its exec() ends, and unhook the
+// windows if it is deleted before them.
+void watchApplication() {
+  static QPointer<QCoreApplication> watched;
+  QCoreApplication* app = QCoreApplication::instance();
+  if (!app || watched == app) return;
+  watched = app;
+  QObject::connect(app, &QCoreApplication::aboutToQuit, [] { orvek_ui::SetHostLeftLoop(true); });
+  qAddPostRoutine(&forgetWindowsAfterApplication);
+}
+
 struct HookRegistration {
-  HookRegistration() { orvek_detail::SetWindowPostHook(&postToWindow); }
+  HookRegistration() {
+    orvek_detail::SetWindowPostHook(&postToWindow);
+    orvek_gfx::SetApplicationEndHook(&endWindowsBeforeApplication);
+  }
 } g_hookRegistration;
 
 // The record of the GUI thread.
@@ -267,7 +322,17 @@ std::vector<CWndImpl*> implsBelow(const QWidget* top) {
   return out;
 }
 
-QRect toQRect(const RECT& r) { return QRect(r.left, r.top, r.right - r.left, r.bottom - r.top); }
+// Width of a rectangle's side without signed overflow, for any 32-bit edges;
+// negative spans are 0, spans too long for a widget are cut.
+int spanOf(LONG from, LONG to) {
+  const long long d = static_cast<long long>(to) - from;
+  return static_cast<int>(std::clamp<long long>(d, 0, QWIDGETSIZE_MAX));
+}
+// Window positions far beyond any screen are held where Qt's arithmetic on
+// them cannot overflow.
+int placeOf(int v) { return std::clamp(v, -QWIDGETSIZE_MAX, QWIDGETSIZE_MAX); }
+
+QRect toQRect(const RECT& r) { return QRect(r.left, r.top, spanOf(r.left, r.right), spanOf(r.top, r.bottom)); }
 RECT toRECT(const QRect& r) { return RECT{r.left(), r.top(), r.left() + r.width(), r.top() + r.height()}; }
 
 }  // namespace
@@ -448,6 +513,12 @@ bool CWndImpl::eventFilter(QObject* watched, QEvent* e) {
       if (wnd && widget->isWindow()) {
         Busy busy;
         guarded([&] { orvek_ui::dispatch(wnd, WM_CLOSE, 0, 0); });
+        // A window that ended or hid itself agrees: Qt's quit closes every
+        // window first and gives up at the first that refuses.
+        if (!wnd || widget->isHidden()) {
+          e->accept();
+          return true;
+        }
       }
       e->ignore();
       return true;
@@ -511,6 +582,8 @@ BOOL CWnd::CreateEx(DWORD dwExStyle, const wchar_t* lpszClassName, const wchar_t
     SetLastError(ERROR_WINDOW_OF_OTHER_THREAD);
     return FALSE;
   }
+  watchApplication();
+  orvek_ui::SetHostLeftLoop(false);
   WndKind kind;
   HBRUSH brush;
   if (!lookupClass(lpszClassName, &kind, &brush)) {
@@ -549,7 +622,7 @@ BOOL CWnd::CreateEx(DWORD dwExStyle, const wchar_t* lpszClassName, const wchar_t
   // The platform window exists from now on, so that its frame is known
   // before it is first placed.
   if (!child) w->winId();
-  MoveWindow(rect.left, rect.top, rect.right - rect.left, rect.bottom - rect.top, FALSE);
+  MoveWindow(rect.left, rect.top, spanOf(rect.left, rect.right), spanOf(rect.top, rect.bottom), FALSE);
   impl->text = lpszWindowName ? lpszWindowName : L"";
   orvek_ui::controlSetText(impl);
   if (dwStyle & WS_DISABLED) w->setEnabled(false);
@@ -559,8 +632,8 @@ BOOL CWnd::CreateEx(DWORD dwExStyle, const wchar_t* lpszClassName, const wchar_t
   cs.hwndParent = pParentWnd ? pParentWnd->m_hWnd : nullptr;
   cs.x = rect.left;
   cs.y = rect.top;
-  cs.cx = rect.right - rect.left;
-  cs.cy = rect.bottom - rect.top;
+  cs.cx = spanOf(rect.left, rect.right);
+  cs.cy = spanOf(rect.top, rect.bottom);
   cs.style = static_cast<LONG>(dwStyle);
   cs.lpszName = lpszWindowName;
   cs.lpszClass = lpszClassName;
@@ -896,8 +969,10 @@ BOOL CWnd::IsWindowEnabled() const {
 void CWnd::MoveWindow(int x, int y, int nWidth, int nHeight, BOOL) {
   CWndImpl* impl = orvek_ui::ownImpl(m_hWnd);
   if (!impl) return;
-  nWidth = std::max(nWidth, 0);
-  nHeight = std::max(nHeight, 0);
+  nWidth = std::clamp(nWidth, 0, QWIDGETSIZE_MAX);
+  nHeight = std::clamp(nHeight, 0, QWIDGETSIZE_MAX);
+  x = placeOf(x);
+  y = placeOf(y);
   if (!impl->widget->isWindow()) {
     orvek_ui::controlSetGeometry(impl, QRect(x, y, nWidth, nHeight));
     return;
@@ -911,7 +986,9 @@ void CWnd::MoveWindow(int x, int y, int nWidth, int nHeight, BOOL) {
 }
 
 void CWnd::MoveWindow(LPCRECT lpRect, BOOL bRepaint) {
-  if (lpRect) MoveWindow(lpRect->left, lpRect->top, lpRect->right - lpRect->left, lpRect->bottom - lpRect->top, bRepaint);
+  if (lpRect)
+    MoveWindow(lpRect->left, lpRect->top, spanOf(lpRect->left, lpRect->right), spanOf(lpRect->top, lpRect->bottom),
+               bRepaint);
 }
 
 void CWnd::GetWindowRect(LPRECT lpRect) const { ::GetWindowRect(m_hWnd, lpRect); }

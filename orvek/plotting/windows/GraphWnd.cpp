@@ -2,6 +2,7 @@
 
 #include <QWidget>
 
+#include <algorithm>
 #include <limits>
 #include <memory>
 
@@ -14,6 +15,12 @@
 namespace {
 constexpr UINT_PTR kRedrawTimerId = 1;
 constexpr UINT kDefaultPeriodMs = 40;
+
+// A side of the host's rectangle, without overflow for any 32-bit edges;
+// reversed sides are 0 and sides no window can have are cut.
+int SideOf(LONG from, LONG to) {
+  return static_cast<int>(std::clamp<long long>(static_cast<long long>(to) - from, 0, QWIDGETSIZE_MAX));
+}
 }  // namespace
 
 CGraphWnd::CGraphWnd(void) : m_pDrawer(nullptr), m_nCurves(0), m_nHistory(0), m_nRedrawTimer(0), m_bNeedRedraw(0) {}
@@ -26,8 +33,8 @@ void CGraphWnd::Create(tagRECT rcWindow, CWnd* pParent, const wchar_t* pTitle, c
   if (m_pDrawer) Destroy();
   m_nCurves = 1;
   CGraphDrawer* d = new CGraphDrawer;
-  const int W = rcWindow.right - rcWindow.left;
-  const int H = rcWindow.bottom - rcWindow.top;
+  const int W = SideOf(rcWindow.left, rcWindow.right);
+  const int H = SideOf(rcWindow.top, rcWindow.bottom);
   if (COrvekGlobals::m_GdiToken == 0) {
     GdiplusStartupInput input;
     if (GdiplusStartup(&d->m_gdiToken, &input, nullptr) != 0) d->m_gdiToken = 0;
@@ -37,10 +44,17 @@ void CGraphWnd::Create(tagRECT rcWindow, CWnd* pParent, const wchar_t* pTitle, c
   // on them does nothing.
   d->m_pAxesBitmap = new Gdiplus::Bitmap(W, H, Gdiplus::PixelFormat32bppRGB);
   d->m_pFrameBitmap = new Gdiplus::Bitmap(W, H, Gdiplus::PixelFormat32bppRGB);
+  // A size too large for memory leaves no pixels to lay the axes out on.
+  if (d->m_pAxesBitmap->GetLastStatus() == Gdiplus::OutOfMemory ||
+      d->m_pFrameBitmap->GetLastStatus() == Gdiplus::OutOfMemory)
+    d->m_rcPlot = Gdiplus::Rect(0, 0, 0, 0);
   if (pTitle) d->m_sTitle = pTitle;
   if (pXName) d->m_sXName = pXName;
   if (pYName) d->m_sYName = pYName;
-  m_pDrawer = d;
+  {
+    CSingleLock lock(&m_csDrawer, TRUE);
+    m_pDrawer = d;
+  }
 
   if (!m_hWnd) CWnd::Create(nullptr, L"", WS_CHILD | WS_VISIBLE, rcWindow, pParent, static_cast<UINT>(-1));
   // Every paint covers the whole window with the frame bitmap: nothing needs
@@ -77,9 +91,14 @@ void CGraphWnd::KillRedrawTimer(void) {
 }
 
 void CGraphWnd::Destroy(void) {
-  CGraphDrawer* d = m_pDrawer;
-  if (d) {
+  CGraphDrawer* d = nullptr;
+  {
+    // A SaveImage on another thread finishes with the drawer first.
+    CSingleLock lock(&m_csDrawer, TRUE);
+    d = m_pDrawer;
     m_pDrawer = nullptr;
+  }
+  if (d) {
     delete d->m_pAxesBitmap;
     delete d->m_pFrameBitmap;
     d->m_pAxesBitmap = nullptr;
@@ -171,6 +190,7 @@ LONG CGraphWnd::ResetAdaptation(void) {
 int CGraphWnd::IsDrawed(void) { return m_bNeedRedraw.load() ? 0 : 1; }
 
 LONG CGraphWnd::SaveImage(const wchar_t* pszPath) {
+  CSingleLock life(&m_csDrawer, TRUE);
   if (!pszPath || !m_pDrawer) return E_FAIL;
   CSingleLock lock(&m_pDrawer->m_csData, TRUE);
   const Gdiplus::Bitmap* frame = m_pDrawer->m_pFrameBitmap;

@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include <orvek/platform/core/Rect.h>
+#include <orvek/platform/core/Sync.h>
 #include <orvek/platform/core/Types.h>
 #include <orvek/platform/ui/Wnd.h>
 
@@ -81,6 +82,10 @@ class ORVEK_API CGraphWnd : public CWnd {
   std::atomic<BOOL> m_bNeedRedraw;
 
  private:
+  // Held by SaveImage, which any thread may call, and by Destroy while it
+  // takes the drawer away; taken before the drawer's own locks.
+  CCriticalSection m_csDrawer;
+
   void SetRedrawTimer(float fRedrawRate);
   void KillRedrawTimer(void);
 };

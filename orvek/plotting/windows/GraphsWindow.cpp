@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include <orvek/frame/OrvekGlobals.h>
+#include <orvek/platform/ui/MessageLoop_p.h>
 #include <orvek/plotting/drawer/GraphDrawer.h>
 #include <orvek/tuning/placement/ToolWindows_p.h>
 
@@ -23,7 +24,8 @@ template <typename F>
 LONG WithGraph(CGraphsWindow* self, int iGraph, bool bNeedWindow, F&& work) {
   CSingleLock lock(&self->m_csGraphs, TRUE);
   if (!InList(self->m_graphs, iGraph)) return E_FAIL;
-  if (bNeedWindow && !::IsWindow(self->m_hWnd)) return E_FAIL;
+  // A host that has left its loop will not paint again: its feeders stop.
+  if (bNeedWindow && (!::IsWindow(self->m_hWnd) || orvek_ui::HostLeftLoop())) return E_FAIL;
   if (CGraphWnd* g = self->m_graphs[static_cast<std::size_t>(iGraph)]) work(g);
   return S_OK;
 }
@@ -42,7 +44,7 @@ CGraphsWindow::~CGraphsWindow(void) {
 }
 
 int CGraphsWindow::Create(tagGraphWndInfo* pInfo, int nGraphs, CWnd* pParent, float fRedrawRate) {
-  if (nGraphs < 0 || !pInfo) nGraphs = 0;
+  if (nGraphs < 0 || (nGraphs > 0 && !pInfo)) return 0;
 
   // The area for the graphs: the main window's rectangle (or 1024 x 768)
   // less what a frame of this style takes.

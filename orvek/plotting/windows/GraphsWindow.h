@@ -25,7 +25,8 @@ class ORVEK_API CGraphsWindow : public CWnd {
   CGraphsWindow(void);
   ~CGraphsWindow(void) override;
 
-  // 1, or 0 if the window could not be made. Every rcWindow of pInfo comes
+  // 1, or 0 if the window could not be made or nGraphs is negative, or above
+  // 0 with a null pInfo (nothing is created then). Every rcWindow of pInfo comes
   // back in the final client coordinates of this window. An entry with
   // nCurves 0 keeps its place in the layout but holds no graph. A null
   // pParent means the main window of the thread, if it has one.
@@ -46,6 +47,9 @@ class ORVEK_API CGraphsWindow : public CWnd {
 
   // These give E_FAIL for an index outside the list (negative included) and
   // after the window closed; an entry without a graph is skipped with S_OK.
+  // The intake below also gives E_FAIL once the host has left its event loop
+  // (the lent loop ended on WM_QUIT, or the Qt host's exec() returned), so
+  // that a feeding thread ends before the host joins it.
   LONG SetROIAutoY(int iGraph, int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, int nYDivs);
   LONG SetROI(int iGraph, int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, double dYMin, double dYMax,
               float fYAxisMin, float fYAxisMax, int nYDivs);

@@ -2,6 +2,9 @@
 
 #include <orvek/plotting/drawer/GraphDrawer.h>
 
+#include <climits>
+#include <thread>
+
 namespace {
 
 tagGraphWndInfo Info(int nCurves, const wchar_t* title = L"graph") {
@@ -57,6 +60,52 @@ TEST(GraphWnd, RedrawPeriodsCurveCountsAndDestroy) {
   EXPECT_EQ(0, g.IsDrawed());
   EXPECT_EQ(100u, g.m_pDrawer->m_samples.size());
   g.Destroy();
+}
+
+// Rectangles near the 32-bit limits, reversed or too large for memory, make
+// a window and a drawer that paint and save without overflow or crash.
+TEST(GraphWnd, ExtremeRectanglesGiveAWorkingGraph) {
+  CHostWindow host;
+  ASSERT_TRUE(host.Create(300, 200, true));
+  const LONG lo = INT_MIN, hi = INT_MAX;
+  for (const RECT r : {RECT{lo, lo, hi, hi}, RECT{hi, hi, lo, lo}, RECT{hi - 10, 0, hi, 50}, RECT{0, 0, 200000, 200000}}) {
+    CGraphWnd g;
+    g.Create(r, &host, L"t", L"x", L"y");
+    ASSERT_TRUE(IsWindow(g.m_hWnd));
+    const std::vector<float> block = Sine(64, 1);
+    g.SetROIAutoY(0, 64, 0, 1, 4, 4);
+    g.DrawGraph<float>(0, block.data(), 64, 1);
+    g.UpdateWindow();
+    COrvekGlobals::PumpMessages(10);
+    g.Destroy();
+  }
+}
+
+// SaveImage may run on any thread while the owner destroys the graph: it
+// either writes the picture or gives E_FAIL.
+TEST(GraphWnd, SaveImageOnAnotherThreadDuringDestroy) {
+  CHostWindow host;
+  ASSERT_TRUE(host.Create(300, 200, false));
+  const std::wstring path = TestPath("save_during_destroy.png");
+  for (int round = 0; round < 20; ++round) {
+    CGraphWnd g;
+    g.Create(CRect(0, 0, 120, 80), &host, L"t", nullptr, nullptr);
+    std::atomic<bool> stop{false};
+    std::atomic<int> saved{0};
+    std::thread saver([&] {
+      while (!stop.load()) {
+        const LONG r = g.SaveImage(path.c_str());
+        ASSERT_TRUE(r == S_OK || r == E_FAIL);
+        if (r == E_FAIL) break;
+        ++saved;
+      }
+    });
+    while (saved.load() == 0 && round % 2 == 0) std::this_thread::yield();
+    g.Destroy();
+    stop.store(true);
+    saver.join();
+    EXPECT_EQ(E_FAIL, g.SaveImage(path.c_str()));
+  }
 }
 
 TEST(GraphWnd, IntakeModesHighlightsAndAdaptation) {

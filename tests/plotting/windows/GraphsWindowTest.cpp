@@ -116,6 +116,13 @@ TEST(GraphsWindow, IndexesOutsideTheListAndAnEmptyWindowFail) {
   EXPECT_EQ(E_FAIL, empty.DrawGraph<double>(0, block, 3, 1, 0));
   EXPECT_EQ(E_FAIL, empty.ResetAdaptation());
   EXPECT_EQ(E_FAIL, empty.ResetAdaptation(0));
+
+  // Descriptions that are not there make no window at all.
+  for (const int n : {2, -2}) {
+    CGraphsWindow none;
+    EXPECT_EQ(0, none.Create(n > 0 ? nullptr : info, n, nullptr, 25.0f)) << n;
+    EXPECT_FALSE(IsWindow(none.m_hWnd));
+  }
 }
 
 TEST(GraphsWindow, AfterClosingCallsFailAndRectanglesRemain) {

@@ -1,0 +1,10 @@
+#pragma once
+
+// Private to the library: whether the host has left its event loop (the
+// lent loop ended on WM_QUIT, or the Qt host's exec() returned). Intake from
+// host threads ends on it, so a feeder joined after the loop never hangs.
+// Entering the lent loop again, or creating a window, clears it.
+namespace orvek_ui {
+bool HostLeftLoop();
+void SetHostLeftLoop(bool left);
+}  // namespace orvek_ui
