@@ -29,12 +29,19 @@ class ORVEK_API COrvekGlobals {
   // ---- files, paths and text ----
 
   // Reads a file (relative paths: beside the application). A null buffer asks
-  // for the size. 1 if the file was opened, else 0 with *size untouched.
+  // for the size. 1 if the file was opened, else 0 with *size untouched; 0
+  // also for a null path or size. A negative *size reads nothing. Narrow
+  // paths are used as their bytes, wide ones as UTF-8.
   static int ReadFromFile(const char* path, void* buffer, int* size);
   static int ReadFromFile(const wchar_t* path, void* buffer, int* size);
+  // Writes size bytes (relative paths: beside the application). Without
+  // bAppend the file is replaced whole: the bytes go to a new file beside it
+  // that takes its place, so a write error (CFileException) leaves the old
+  // file. E_FAIL for a null path, a negative size or null data of size > 0.
   static LONG WriteToFile(const char* path, const void* data, int size, int bAppend);
   static LONG WriteToFile(const wchar_t* path, const void* data, int size, int bAppend);
-  // The folder of the host's executable, with a closing '/'.
+  // The folder of the host's executable, with a closing '/', at its full
+  // length (OrvekGetApplicationFolder gives its bytes).
   static CStringW GetApplicationPath(void);
   static LONG GetFileInfo(HINSTANCE module, tagVS_FIXEDFILEINFO* info);
   static void CSTRtoWSTR(const char* text, std::vector<wchar_t>* result);
@@ -43,6 +50,8 @@ class ORVEK_API COrvekGlobals {
   static LONG ANSIToUnicode(const CStringA* text, CStringW* result);
   static LONG FindByteSequence(const unsigned char* data, int dataSize, const unsigned char* sequence, int sequenceSize,
                                int* position, int step);
+  // E_FAIL also for a format without exactly one integer conversion, or with
+  // a width or precision of more than 3 digits.
   static LONG GetNewIndexFileName(CStringW* format, CStringW* result, int maxIndex);
   static ULONG GetTicksElapsed(ULONG now, ULONG start);
   template <typename T>
@@ -50,6 +59,9 @@ class ORVEK_API COrvekGlobals {
 
   // ---- enumeration ----
 
+  // Both append every variant and give S_OK, or E_OUTOFMEMORY (appending
+  // nothing) when the variants would not fit in the machine's memory, rather
+  // than running until the system ends the process.
   static LONG GetPlaceVariants(int count, std::vector<std::vector<int>>* variants);
   static LONG GetStringVariants(const wchar_t* alphabet, int length, std::vector<CStringW>* variants);
 

@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <set>
+#include <string>
 
 namespace {
 
@@ -71,6 +73,21 @@ TEST(Variants, StringVariants) {
   EXPECT_EQ(twice, (std::vector<CStringW>{L"xy", L"yx", L"xy", L"yx"}));
   EXPECT_EQ(words(L"abcdef", 3).size(), 120u);
   EXPECT_EQ(COrvekGlobals::GetStringVariants(L"abc", 2, nullptr), S_OK);
+}
+
+// Counts whose variants no memory can hold are refused at once, and the
+// list is left as it was.
+TEST(Variants, CountsBeyondMemoryAreRefused) {
+  std::vector<std::vector<int>> places(1);
+  EXPECT_EQ(E_OUTOFMEMORY, COrvekGlobals::GetPlaceVariants(20, &places));
+  EXPECT_EQ(E_OUTOFMEMORY, COrvekGlobals::GetPlaceVariants(INT_MAX, &places));
+  EXPECT_EQ(1u, places.size());
+  const std::wstring alphabet(64, L'a');
+  std::vector<CStringW> strings;
+  EXPECT_EQ(E_OUTOFMEMORY, COrvekGlobals::GetStringVariants(alphabet.c_str(), 16, &strings));
+  EXPECT_TRUE(strings.empty());
+  EXPECT_EQ(S_OK, COrvekGlobals::GetStringVariants(alphabet.c_str(), 2, &strings));
+  EXPECT_EQ(64u * 63u, strings.size());
 }
 
 }  // namespace
