@@ -29,6 +29,15 @@ bool nonEmptyEnv(const char* name) {
   return v && *v;
 }
 
+// Qt's own chatter (a missing XDG_RUNTIME_DIR, what the offscreen platform
+// cannot do) is not the host's business while the library owns the
+// application; ORVEK_QT_MESSAGES=1 lets it through for debugging. Fatal
+// messages always pass.
+QtMessageHandler g_hostHandler = nullptr;
+void quietHandler(QtMsgType type, const QMessageLogContext& context, const QString& message) {
+  if (type == QtFatalMsg || nonEmptyEnv("ORVEK_QT_MESSAGES")) g_hostHandler(type, context, message);
+}
+
 std::string lower(const char* name) {
   std::string s = nonEmptyEnv(name) ? std::getenv(name) : "";
   for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -63,6 +72,7 @@ bool listsOffscreen(const std::string& platforms) {
 QApplication* createApplication() {
   const std::string platforms = requestedPlatforms();
   const bool offscreenAsked = listsOffscreen(platforms);
+  g_hostHandler = qInstallMessageHandler(&quietHandler);
   const char* before = std::getenv("QT_QPA_PLATFORM");
   const std::string saved = before ? before : "";
   setenv("QT_QPA_PLATFORM", offscreenAsked ? platforms.c_str() : (platforms + ";offscreen").c_str(), 1);
@@ -73,6 +83,7 @@ QApplication* createApplication() {
     unsetenv("QT_QPA_PLATFORM");
   if (!offscreenAsked && QGuiApplication::platformName() == QLatin1String("offscreen")) {
     delete app;
+    qInstallMessageHandler(g_hostHandler);
     return nullptr;
   }
   return app;
@@ -111,5 +122,6 @@ void GdiplusShutdown(ULONG token) {
       return;
     }
     delete app;
+    qInstallMessageHandler(g_hostHandler);
   }
 }
