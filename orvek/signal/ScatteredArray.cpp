@@ -46,6 +46,14 @@ LONG Transfer(const std::vector<Part>& parts, int nPart, int nOffset, int nCount
 template <typename T>
 LONG CScatteredArray<T>::Init(std::vector<tagPartInfo>* pParts) {
   if (!pParts) return E_POINTER;
+  // Positions are ints: the joined array must fit their range, and every
+  // block that counts must have memory behind it.
+  long long nTotal = 0;
+  for (const tagPartInfo& part : *pParts) {
+    if (PartLength(part) > 0 && !part.pData) return E_POINTER;
+    nTotal += PartLength(part);
+    if (nTotal > 0x7FFFFFFF) return E_INVALIDARG;
+  }
   m_Parts = *pParts;
   return S_OK;
 }

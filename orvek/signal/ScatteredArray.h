@@ -20,7 +20,10 @@ class CScatteredArray {
   CScatteredArray(const CScatteredArray&) = default;
   CScatteredArray& operator=(const CScatteredArray&) = default;
 
-  // Replaces the list by a copy of *pParts.
+  // Replaces the list by a copy of *pParts. A block of negative size counts
+  // as empty. E_POINTER for a null pParts or a non-empty block without data,
+  // E_INVALIDARG when the blocks add up to more than 0x7FFFFFFF elements; the
+  // list stays as it was then.
   LONG Init(std::vector<tagPartInfo>* pParts);
   // Sum of all block lengths.
   LONG GetArraySize(int* pSize);

@@ -25,9 +25,16 @@ LONG CSoftValueChanger<T>::Init(T fValue) {
 
 template <typename T>
 T CSoftValueChanger<T>::GetValue() {
-  const ULONG elapsed = GetTickCount() - m_dwStartTick;
+  bool bSteady;
+  return ValueAt(GetTickCount(), &bSteady);
+}
+
+template <typename T>
+T CSoftValueChanger<T>::ValueAt(ULONG dwNow, bool* pbSteady) {
+  const ULONG elapsed = dwNow - m_dwStartTick;
   const ULONG duration = m_dwEndTick - m_dwStartTick;
-  if (elapsed > duration || duration == 0) return m_fEndValue;
+  *pbSteady = elapsed > duration || duration == 0;
+  if (*pbSteady) return m_fEndValue;
   const T t = static_cast<T>(elapsed) / static_cast<T>(duration);
   const T c = m_bInvDyn ? T(1) - GetDynCurve(T(1) - t) : GetDynCurve(t);
   return (m_fEndValue - m_fStartValue) * c + m_fStartValue;
@@ -62,7 +69,11 @@ LONG CSoftValueChanger<T>::ChangeValueInvDyn(T fValue, T fTime) {
 
 template <typename T>
 int CSoftValueChanger<T>::IsChanging() {
-  return GetValue() != m_fEndValue ? 1 : 0;
+  // Once the time has run out the value is the target, also a NaN one, which
+  // would never compare equal to itself.
+  bool bSteady;
+  const T v = ValueAt(GetTickCount(), &bSteady);
+  return !bSteady && v != m_fEndValue ? 1 : 0;
 }
 
 template <typename T>

@@ -27,13 +27,16 @@ class CSoftValueChanger {
   // The same with the curve mirrored, c = 1 - curve(1 - t): a slow start
   // becomes a fast one.
   LONG ChangeValueInvDyn(T fValue, T fTime);
-  // 1 while GetValue differs from the target, else 0.
+  // 1 while GetValue differs from the target, else 0; always 0 once the time
+  // has run out, also for a NaN target.
   int IsChanging();
   // The straight line.
   virtual T GetDynCurve(T fPos);
 
  protected:
   LONG Change(T fValue, T fTime, int bInvDyn);
+  // The value at the tick dwNow; *pbSteady tells whether the time has run out.
+  T ValueAt(ULONG dwNow, bool* pbSteady);
 
   ULONG m_dwStartTick;
   T m_fStartValue;

@@ -107,9 +107,10 @@ CMTPtrLock::CMTPtrLock(int nHandle, void** ppObject) : m_pObjectLock(nullptr), m
   // A plain count, as hosts read it, but without a data race: rough while
   // lock objects come and go on several threads at once.
   __atomic_store_n(&ms_nRefCtr, __atomic_load_n(&ms_nRefCtr, __ATOMIC_RELAXED) + 1, __ATOMIC_RELAXED);
-  tagPtrStruct* entry = publishedEntry(nHandle);
+  // Without a place for the pointer nothing is locked, as for a bad handle.
+  tagPtrStruct* entry = ppObject ? publishedEntry(nHandle) : nullptr;
   if (!entry) {
-    *ppObject = nullptr;
+    if (ppObject) *ppObject = nullptr;
     return;
   }
   // The wait comes first, with no table lock held, and the pointer is read

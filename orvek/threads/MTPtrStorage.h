@@ -59,7 +59,7 @@ class ORVEK_API CMTPtrStorage {
 // opposite orders by two threads deadlock.
 class ORVEK_API CMTPtrLock {
  public:
-  // ppObject must not be null.
+  // A null ppObject locks nothing, as an invalid handle does.
   CMTPtrLock(int nHandle, void** ppObject);
   ~CMTPtrLock();
   // A copy would release the entry's lock a second time.

@@ -39,6 +39,7 @@ void CResourceLock::Unlock() {
 // whole life, so taking the resource under the guard would put the two locks
 // in both orders.
 CResourceLocker::CResourceLocker(CResourceLock* pLock) : m_pLock(pLock), m_bLocked(0) {
+  if (!m_pLock) return;
   m_pLock->Lock();
   CSingleLock guard(&m_csGuard, TRUE);
   m_bLocked = 1;
@@ -55,6 +56,7 @@ CResourceLocker::~CResourceLocker() {
 }
 
 void CResourceLocker::Unlock() {
+  if (!m_pLock) return;
   {
     CSingleLock guard(&m_csGuard, TRUE);
     m_bLocked = 0;

@@ -31,7 +31,7 @@ class ORVEK_API CResourceLock {
 // one's end frees the resource.
 class ORVEK_API CResourceLocker {
  public:
-  // pLock must not be null.
+  // A null pLock gives a locker that holds nothing and does nothing.
   explicit CResourceLocker(CResourceLock* pLock);
   // Unlocks unless Unlock was called.
   ~CResourceLocker();

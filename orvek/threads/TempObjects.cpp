@@ -1,6 +1,8 @@
 #include <orvek/threads/TempObjects.h>
 
+#include <algorithm>
 #include <new>
+#include <unordered_set>
 
 // Made before and ended after the module frame, like the other statics that
 // live until unload.
@@ -28,17 +30,20 @@ LONG CTempObjects::DeletePtr(tagPtrInfo* pInfo) {
 
 LONG CTempObjects::Delete(void* pPtr) {
   CSingleLock lock(&ms_FncSection, TRUE);
-  for (auto it = ms_PtrInfo.begin(); it != ms_PtrInfo.end(); ++it) {
-    if (it->pPtr != pPtr) continue;
-    DeletePtr(&*it);
-    ms_PtrInfo.erase(it);
-    return S_OK;
-  }
-  return E_FAIL;
+  const auto same = [pPtr](const tagPtrInfo& info) { return info.pPtr == pPtr; };
+  const auto it = std::find_if(ms_PtrInfo.begin(), ms_PtrInfo.end(), same);
+  if (it == ms_PtrInfo.end()) return E_FAIL;
+  DeletePtr(&*it);
+  // A block listed more than once is freed once: its later entries go too.
+  ms_PtrInfo.erase(std::remove_if(it, ms_PtrInfo.end(), same), ms_PtrInfo.end());
+  return S_OK;
 }
 
 void CTempObjects::Clean() {
   CSingleLock lock(&ms_FncSection, TRUE);
-  for (tagPtrInfo& info : ms_PtrInfo) DeletePtr(&info);
+  // A block listed more than once is freed once.
+  std::unordered_set<void*> freed;
+  for (tagPtrInfo& info : ms_PtrInfo)
+    if (freed.insert(info.pPtr).second) DeletePtr(&info);
   ms_PtrInfo.clear();
 }

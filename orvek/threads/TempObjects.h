@@ -17,13 +17,13 @@ class ORVEK_API CTempObjects {
     int nType;  // 1: made with new, 2: made with new[]
   };
 
-  // Registers a block made with new. Nothing is checked: a block registered
-  // twice would be freed twice.
+  // Registers a block made with new. Nothing is checked; a block registered
+  // twice is still freed only once, by Delete or Clean, which drop all its
+  // entries (the first one's type decides how).
   static void AddPtr(void* pPtr);
   // Registers a block made with new[].
   static void AddArrayPtr(void* pPtr);
-  // Frees and deregisters the first entry of the block: S_OK, or E_FAIL if
-  // it is not listed.
+  // Frees the block and deregisters it: S_OK, or E_FAIL if it is not listed.
   static LONG Delete(void* pPtr);
   // Frees every block and empties the list.
   static void Clean();

@@ -1,19 +1,7 @@
 #include <orvek/threads/ThreadControl.h>
 
-#include <algorithm>
-
 #include <orvek/frame/OrvekGlobals.h>
-
-namespace {
-
-// Milliseconds left of a timeout that started at the tick `start`.
-DWORD timeLeft(DWORD dwTimeout, DWORD start) {
-  if (dwTimeout == INFINITE) return INFINITE;
-  const DWORD spent = COrvekGlobals::GetTicksElapsed(GetTickCount(), start);
-  return spent >= dwTimeout ? 0 : dwTimeout - spent;
-}
-
-}  // namespace
+#include <orvek/platform/core/Kernel_p.h>
 
 // ---- CThreadControl ---------------------------------------------------------
 
@@ -21,7 +9,7 @@ CThreadControl::CThreadControl() : m_hThread(INVALID_HANDLE_VALUE), m_dwThreadID
 
 CThreadControl::~CThreadControl() {
   if (m_hThread == INVALID_HANDLE_VALUE) return;
-  postQuit(INFINITE);
+  postQuit();
   WaitForSingleObject(m_hThread, INFINITE);
   CloseHandle(m_hThread);
 }
@@ -48,21 +36,17 @@ LONG CThreadControl::Init(DWORD (*pThreadFunc)(void*), void* pParam, int nPriori
   return S_OK;
 }
 
-void CThreadControl::postQuit(DWORD dwTimeout) {
-  // A thread that has not reached its first GetMessageW has no queue yet; a
-  // single post would be lost, and the wait for the thread would never end.
-  const DWORD start = GetTickCount();
-  while (!::PostThreadMessageW(m_dwThreadID, WM_QUIT, 0, 0)) {
-    const DWORD left = timeLeft(dwTimeout, start);
-    if (left == 0 || WaitForSingleObject(m_hThread, std::min<DWORD>(left, 25)) != WAIT_TIMEOUT) return;
-  }
+void CThreadControl::postQuit() {
+  // A thread that has not reached its first GetMessageW has no queue yet: the
+  // quit waits for the queue, so that a thread let go by a Close that timed
+  // out still ends when its loop starts.
+  orvek_detail::PostThreadMessageWhenReady(m_hThread, WM_QUIT, 0, 0);
 }
 
 LONG CThreadControl::Close(DWORD dwTimeout) {
   if (m_hThread == INVALID_HANDLE_VALUE) return S_OK;
-  const DWORD start = GetTickCount();
-  postQuit(dwTimeout);
-  const DWORD wait = WaitForSingleObject(m_hThread, timeLeft(dwTimeout, start));
+  postQuit();
+  const DWORD wait = WaitForSingleObject(m_hThread, dwTimeout);
   CloseHandle(m_hThread);
   m_hThread = INVALID_HANDLE_VALUE;
   m_dwThreadID = 0;
@@ -92,9 +76,17 @@ CMessagePoster::~CMessagePoster() { stop(INFINITE); }
 
 LONG CMessagePoster::Init(DWORD dwPeriod) {
   CSingleLock fnc(&m_csFnc, TRUE);
+  // The timer takes its period as a LONG: a longer one could never tick.
+  if (dwPeriod > 0x7FFFFFFFu) return E_INVALIDARG;
   // A second poster thread would race the first for the queue and the stop
-  // event.
-  if (m_hThread) return ERROR_ALREADY_INITIALIZED;
+  // event. A thread that a timed-out Close let go may have ended since.
+  if (m_hThread) {
+    if (WaitForSingleObject(m_hThread, 0) != WAIT_OBJECT_0) return ERROR_ALREADY_INITIALIZED;
+    CloseHandle(m_hThread);
+    m_hThread = nullptr;
+  }
+  // A stop that the old thread did not take must not end the new one.
+  m_StopEvent.ResetEvent();
   m_dwPeriod = dwPeriod;
   m_hThread = CreateThread(nullptr, 0, &CMessagePoster::PostThread, this, 0, nullptr);
   if (!m_hThread) return E_FAIL;
@@ -124,10 +116,12 @@ LONG CMessagePoster::stop(DWORD dwTimeout) {
   CSingleLock fnc(&m_csFnc, TRUE);
   if (!m_hThread) return S_OK;
   m_StopEvent.SetEvent();
-  const DWORD wait = WaitForSingleObject(m_hThread, dwTimeout);
+  // A thread that does not end in time still works on this object: its
+  // handle stays, for a later Close, Init or the destructor to wait on.
+  if (WaitForSingleObject(m_hThread, dwTimeout) != WAIT_OBJECT_0) return ERROR_TIMEOUT;
   CloseHandle(m_hThread);
   m_hThread = nullptr;
-  return wait == WAIT_OBJECT_0 ? S_OK : ERROR_TIMEOUT;
+  return S_OK;
 }
 
 DWORD CMessagePoster::PostThread(void* pThis) {

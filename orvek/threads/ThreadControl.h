@@ -24,7 +24,9 @@ class ORVEK_API CThreadControl {
   LONG Init(DWORD (*pThreadFunc)(void*), void* pParam, int nPriority);
   // Posts WM_QUIT and waits up to dwTimeout ms. S_OK if the thread ended,
   // else ERROR_TIMEOUT and the thread runs on unwatched. Either way the object
-  // lets go of the thread.
+  // lets go of the thread and is free for a new Init (the worker gets only
+  // pParam, never the object). The quit is not lost when the body has not
+  // reached its loop yet: it is the first message the loop gets.
   LONG Close(DWORD dwTimeout);
   // Posts to the thread, retrying while its queue does not exist yet.
   // E_PENDING with no thread, or once the thread has ended.
@@ -33,9 +35,8 @@ class ORVEK_API CThreadControl {
   DWORD GetThreadID();
 
  private:
-  // Posts WM_QUIT, retrying until the thread has a queue, has ended, or the
-  // time is up.
-  void postQuit(DWORD dwTimeout);
+  // Posts WM_QUIT, to be taken once the thread has its queue.
+  void postQuit();
 
   HANDLE m_hThread;
   DWORD m_dwThreadID;
@@ -65,13 +66,18 @@ class ORVEK_API CMessagePoster {
   CMessagePoster& operator=(const CMessagePoster&) = delete;
 
   // Starts the poster thread with the tick period in ms (0: a single tick).
-  // S_OK, E_FAIL, or ERROR_ALREADY_INITIALIZED while a poster thread exists.
+  // S_OK, E_FAIL, E_INVALIDARG for a period above 0x7FFFFFFF, or
+  // ERROR_ALREADY_INITIALIZED while a poster thread exists, also one that a
+  // timed-out Close has told to stop and that has not ended yet.
   LONG Init(DWORD dwPeriod);
   void PostThreadMessageW(DWORD dwDelay, DWORD dwThreadID, UINT nMsg, UINT wParam, LONG lParam);
   // A null hWnd posts to the poster thread's own queue, which nobody reads.
   void PostMessageW(DWORD dwDelay, HWND hWnd, UINT nMsg, UINT wParam, LONG lParam);
   // Stops the poster thread (waits up to 1000 ms): S_OK or ERROR_TIMEOUT.
-  // Queued messages stay and go out after a later Init.
+  // On a timeout the thread has been told to stop and the object keeps it
+  // until it has ended, as it still works on the object: a later Close waits
+  // again, and Init refuses until then. Queued messages stay and go out after
+  // a later Init.
   LONG Close();
 
  private:

@@ -4,6 +4,7 @@
 #include <atomic>
 
 #include <orvek/frame/OrvekGlobals.h>
+#include <orvek/platform/core/Kernel_p.h>
 #include <orvek/threads/ThreadControl.h>
 
 namespace {
@@ -138,6 +139,66 @@ TEST(ThreadControl, EndedOrNotYetListeningThreadsDoNotHang) {
     ASSERT_EQ(tc.Init(loopBody, &late, THREAD_PRIORITY_NORMAL), S_OK);
   }
   EXPECT_TRUE(late.ended);
+}
+
+TEST(ThreadControl, QuitOfATimedOutCloseReachesALateLoop) {
+  // Closed with a short timeout before the body has made its queue: the quit
+  // waits for the queue, and the thread let go still ends.
+  Worker late;
+  late.startDelay = 300;
+  CThreadControl tc;
+  ASSERT_EQ(tc.Init(loopBody, &late, THREAD_PRIORITY_NORMAL), S_OK);
+  EXPECT_EQ(tc.Close(20), ERROR_TIMEOUT);
+  EXPECT_EQ(tc.GetHandle(), INVALID_HANDLE_VALUE);
+  EXPECT_TRUE(waitFlag(late.ended));
+}
+
+namespace {
+
+// Stands in for a window whose delivery blocks the poster thread until the
+// test lets it go.
+CEvent* g_postEntered = nullptr;
+CEvent* g_postRelease = nullptr;
+BOOL blockingWindowPost(HWND, UINT, WPARAM, LPARAM) {
+  g_postEntered->SetEvent();
+  WaitForSingleObject(*g_postRelease, 10000);
+  return TRUE;
+}
+
+}  // namespace
+
+TEST(MessagePoster, TimedOutCloseKeepsTheThreadUntilItEnds) {
+  drainQueue();
+  CEvent entered, release;
+  g_postEntered = &entered;
+  g_postRelease = &release;
+  orvek_detail::SetWindowPostHook(&blockingWindowPost);
+  struct HookGuard {
+    ~HookGuard() { orvek_detail::SetWindowPostHook(nullptr); }
+  } guard;
+  CMessagePoster poster;
+  ASSERT_EQ(poster.Init(5), S_OK);
+  poster.PostMessageW(0, reinterpret_cast<HWND>(0x1000), WM_USER + 20, 0, 0);
+  ASSERT_EQ(WaitForSingleObject(entered, 5000), WAIT_OBJECT_0);
+  EXPECT_EQ(poster.Close(), ERROR_TIMEOUT);
+  // The thread still works on the object: no second one may start.
+  EXPECT_EQ(poster.Init(5), ERROR_ALREADY_INITIALIZED);
+  release.SetEvent();
+  // Once it has ended, Init starts afresh, and the stop meant for the old
+  // thread does not stop the new one.
+  LONG hr = ERROR_ALREADY_INITIALIZED;
+  for (int i = 0; i < 500 && hr == ERROR_ALREADY_INITIALIZED; ++i) {
+    Sleep(10);
+    hr = poster.Init(5);
+  }
+  ASSERT_EQ(hr, S_OK);
+  poster.PostThreadMessageW(0, GetCurrentThreadId(), WM_USER + 21, 0, 0);
+  MSG m;
+  ASSERT_TRUE(waitMessage(&m, 5000));
+  EXPECT_EQ(m.message, WM_USER + 21);
+  EXPECT_EQ(poster.Close(), S_OK);
+  // A period that no timer can take is refused.
+  EXPECT_EQ(poster.Init(0x80000000u), E_INVALIDARG);
 }
 
 TEST(MessagePoster, KeepsQueueOrderAndWaitsForTheTick) {

@@ -1,4 +1,5 @@
 #include <orvek/platform/core/Kernel_p.h>
+#include <orvek/platform/core/Sync.h>
 
 #include <poll.h>
 #include <pthread.h>
@@ -114,6 +115,7 @@ struct ThreadObj : KObject {
   std::condition_variable cv;
   Gate gate = Closed;
   bool tidKnown = false;
+  bool queueGone = false;  // the body has ended; set under queuesLock
   DWORD tid = 0;
   DWORD abandonCode = 0;
   std::atomic<DWORD> exitCode{STILL_ACTIVE};
@@ -177,15 +179,13 @@ std::uint64_t nowAsFileTime() {
          static_cast<std::uint64_t>(ts.tv_nsec) / 100u;
 }
 
-// The id is asked of the kernel once per thread; a forked child asks again.
-thread_local DWORD t_tid = 0;
-void forgetTidInChild() { t_tid = 0; }
+// The id is asked of the kernel once per thread; a forked child asks again,
+// so a lock held at the fork is not the child's, as with the platform's own
+// recursive mutexes.
+void forgetTidInChild() { orvek_detail::t_dwThreadId = 0; }
 const int g_atfork = ::pthread_atfork(nullptr, nullptr, forgetTidInChild);
 
-DWORD currentTid() {
-  if (t_tid == 0) t_tid = static_cast<DWORD>(::syscall(SYS_gettid));
-  return t_tid;
-}
+DWORD currentTid() { return orvek_detail::CurrentThreadId(); }
 
 // ---- message queues ---------------------------------------------------------
 
@@ -218,12 +218,24 @@ struct QueueOwner {
 };
 thread_local QueueOwner t_queue;
 
+// Messages for threads of CreateThread that have no queue yet, by thread id;
+// they open the queue when it is made. Guarded by queuesLock.
+std::unordered_map<DWORD, std::deque<MSG>>& pendingPosts() {
+  static auto* p = new std::unordered_map<DWORD, std::deque<MSG>>;
+  return *p;
+}
+
 MsgQueue& ownQueue() {
   if (!t_queue.queue) {
     t_queue.tid = currentTid();
     t_queue.queue = std::make_shared<MsgQueue>();
     std::lock_guard<std::mutex> g(queuesLock());
     queues()[t_queue.tid] = t_queue.queue;
+    auto it = pendingPosts().find(t_queue.tid);
+    if (it != pendingPosts().end()) {
+      t_queue.queue->items = std::move(it->second);
+      pendingPosts().erase(it);
+    }
   }
   return *t_queue.queue;
 }
@@ -238,6 +250,13 @@ bool matches(const MSG& m, HWND window, UINT lo, UINT hi) {
 std::atomic<orvek_detail::WindowPostHook> g_windowPost{nullptr};
 
 }  // namespace
+
+__thread DWORD orvek_detail::t_dwThreadId = 0;
+
+DWORD orvek_detail::AskCurrentThreadId() {
+  t_dwThreadId = static_cast<DWORD>(::syscall(SYS_gettid));
+  return t_dwThreadId;
+}
 
 void orvek_detail::SetWindowPostHook(WindowPostHook hook) { g_windowPost.store(hook); }
 
@@ -502,6 +521,11 @@ void threadMain(ThreadObj* t) {
   // The queue goes before the handle is signalled: a post to a thread that
   // has ended fails instead of landing in a queue nobody reads.
   t_queue.drop();
+  {
+    std::lock_guard<std::mutex> g(queuesLock());
+    pendingPosts().erase(t->tid);
+    t->queueGone = true;
+  }
   t->exit = toFileTime(nowAsFileTime());
   t->exitCode.store(code);
   t->ended.store(true);
@@ -699,6 +723,40 @@ BOOL PostThreadMessageW(DWORD threadId, UINT message, WPARAM wParam, LPARAM lPar
   m.wParam = wParam;
   m.lParam = lParam;
   m.time = GetTickCount();
+  {
+    std::lock_guard<std::mutex> g(q->mu);
+    q->items.push_back(m);
+  }
+  q->cv.notify_one();
+  return TRUE;
+}
+
+BOOL orvek_detail::PostThreadMessageWhenReady(HANDLE thread, UINT message, WPARAM wParam, LPARAM lParam) {
+  Ref r(thread);
+  if (!r.p || r.p->kind != KObject::Thread) {
+    SetLastError(ERROR_INVALID_HANDLE);
+    return FALSE;
+  }
+  auto* t = static_cast<ThreadObj*>(r.p);
+  MSG m{};
+  m.message = message;
+  m.wParam = wParam;
+  m.lParam = lParam;
+  m.time = GetTickCount();
+  std::shared_ptr<MsgQueue> q;
+  {
+    std::lock_guard<std::mutex> g(queuesLock());
+    if (t->queueGone) {
+      SetLastError(ERROR_INVALID_THREAD_ID);
+      return FALSE;
+    }
+    auto it = queues().find(t->tid);
+    if (it == queues().end()) {
+      pendingPosts()[t->tid].push_back(m);
+      return TRUE;
+    }
+    q = it->second;
+  }
   {
     std::lock_guard<std::mutex> g(q->mu);
     q->items.push_back(m);

@@ -38,6 +38,19 @@ class ORVEK_API CSyncObject {
   virtual BOOL Unlock() = 0;
 };
 
+namespace orvek_detail {
+// The calling thread's kernel id (gettid), asked once per thread and kept
+// here; 0 until asked. In the static TLS block, so that reading it inline is
+// one load, as the locks below need.
+extern ORVEK_API __thread DWORD t_dwThreadId __attribute__((tls_model("initial-exec")));
+// Asks the kernel and fills t_dwThreadId.
+ORVEK_API DWORD AskCurrentThreadId();
+inline DWORD CurrentThreadId() {
+  const DWORD id = t_dwThreadId;
+  return id ? id : AskCurrentThreadId();
+}
+}  // namespace orvek_detail
+
 // The framework's recursive lock.
 class ORVEK_API CCriticalSection : public CSyncObject {
  public:
@@ -48,7 +61,7 @@ class ORVEK_API CCriticalSection : public CSyncObject {
 
   // Inline: a lock taken many times a second must not pay for calls.
   BOOL Lock() {
-    const std::uintptr_t me = Self();
+    const DWORD me = Self();
     if (m_owner.load(std::memory_order_relaxed) == me) {
       ++m_depth;
       return TRUE;
@@ -71,7 +84,7 @@ class ORVEK_API CCriticalSection : public CSyncObject {
   }
   // Non-blocking attempt, for code that must not wait.
   BOOL TryLock() {
-    const std::uintptr_t me = Self();
+    const DWORD me = Self();
     if (m_owner.load(std::memory_order_relaxed) == me) {
       ++m_depth;
       return TRUE;
@@ -83,14 +96,16 @@ class ORVEK_API CCriticalSection : public CSyncObject {
   }
 
  private:
-  // The calling thread's identity: its thread pointer, which no other live
-  // thread shares and which costs one register read.
-  static std::uintptr_t Self() { return reinterpret_cast<std::uintptr_t>(__builtin_thread_pointer()); }
+  // The calling thread's kernel id. A thread's address (its thread block) is
+  // handed to the next thread once it has ended, so a lock left held by an
+  // ended thread would take the newcomer for its owner; a kernel id is not
+  // given out again while its thread lives, nor soon after.
+  static DWORD Self() { return orvek_detail::CurrentThreadId(); }
 
   // A plain mutex with an owner and a depth: the owner's nested locks cost a
   // comparison, the first one a plain mutex lock.
   std::mutex m_mutex;
-  std::atomic<std::uintptr_t> m_owner{0};  // Self() of the owner, 0 for none
+  std::atomic<DWORD> m_owner{0};  // kernel id of the owner, 0 for none
   unsigned m_depth = 0;
 };
 

@@ -51,6 +51,29 @@ TEST(CriticalSection, RecursiveAndExclusiveAcrossThreads) {
   }).join();
 }
 
+TEST(CriticalSection, HeldByAnEndedThreadIsNotOwnedByTheNextAtItsAddress) {
+  // Locked twice by a thread that then ends without unlocking. Nobody may
+  // unlock it, so it stays reachable and is never destroyed.
+  static CCriticalSection* const abandoned = new CCriticalSection;
+  void* endedBlock = nullptr;
+  std::thread([&] {
+    abandoned->Lock();
+    abandoned->Lock();
+    endedBlock = __builtin_thread_pointer();
+  }).join();
+  // Later threads usually get the ended thread's block, at the same address:
+  // none of them may find itself the owner.
+  int reused = 0;
+  for (int i = 0; i < 16; ++i) {
+    std::thread([&] {
+      reused += __builtin_thread_pointer() == endedBlock;
+      EXPECT_FALSE(abandoned->TryLock());
+      EXPECT_FALSE(abandoned->Unlock());
+    }).join();
+  }
+  RecordProperty("threadBlockReused", reused);
+}
+
 TEST(CriticalSection, LockCreationErrorMapping) {
   // Out of memory becomes the memory exception, anything else carries the
   // system error wrapped as a result code.
