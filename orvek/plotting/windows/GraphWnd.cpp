@@ -21,6 +21,8 @@ constexpr UINT kDefaultPeriodMs = 40;
 int SideOf(LONG from, LONG to) {
   return static_cast<int>(std::clamp<long long>(static_cast<long long>(to) - from, 0, QWIDGETSIZE_MAX));
 }
+// Bitmaps above this many pixels (1 GiB each) are not even asked for.
+constexpr long long kMaxPixels = 1LL << 28;
 }  // namespace
 
 CGraphWnd::CGraphWnd(void) : m_pDrawer(nullptr), m_nCurves(0), m_nHistory(0), m_nRedrawTimer(0), m_bNeedRedraw(0) {}
@@ -42,10 +44,11 @@ void CGraphWnd::Create(tagRECT rcWindow, CWnd* pParent, const wchar_t* pTitle, c
   d->m_rcPlot = Gdiplus::Rect(0, 0, W, H);
   // A size the bitmaps cannot take leaves them invalid: every drawing call
   // on them does nothing.
-  d->m_pAxesBitmap = new Gdiplus::Bitmap(W, H, Gdiplus::PixelFormat32bppRGB);
-  d->m_pFrameBitmap = new Gdiplus::Bitmap(W, H, Gdiplus::PixelFormat32bppRGB);
+  const bool fits = static_cast<long long>(W) * H <= kMaxPixels;
+  d->m_pAxesBitmap = new Gdiplus::Bitmap(fits ? W : 0, fits ? H : 0, Gdiplus::PixelFormat32bppRGB);
+  d->m_pFrameBitmap = new Gdiplus::Bitmap(fits ? W : 0, fits ? H : 0, Gdiplus::PixelFormat32bppRGB);
   // A size too large for memory leaves no pixels to lay the axes out on.
-  if (d->m_pAxesBitmap->GetLastStatus() == Gdiplus::OutOfMemory ||
+  if (!fits || d->m_pAxesBitmap->GetLastStatus() == Gdiplus::OutOfMemory ||
       d->m_pFrameBitmap->GetLastStatus() == Gdiplus::OutOfMemory)
     d->m_rcPlot = Gdiplus::Rect(0, 0, 0, 0);
   if (pTitle) d->m_sTitle = pTitle;
