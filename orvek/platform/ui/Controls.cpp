@@ -15,6 +15,7 @@
 #include <QTabBar>
 
 #include <algorithm>
+#include <climits>
 #include <cwchar>
 
 #include <orvek/platform/ui/Wnd_p.h>
@@ -182,7 +183,10 @@ bool sliderProc(CWndImpl* impl, UINT message, WPARAM wParam, LPARAM lParam, LRES
   const int value = static_cast<int>(lParam);
   auto setRange = [s](int lo, int hi) {
     s->setRange(lo, std::max(lo, hi));
-    s->setPageStep(std::max(1, (s->maximum() - s->minimum()) / 5));
+    // A fifth of the range, in 64 bits: bounds near the 32-bit limits span
+    // more than an int holds.
+    const long long span = static_cast<long long>(s->maximum()) - s->minimum();
+    s->setPageStep(static_cast<int>(std::clamp<long long>(span / 5, 1, INT_MAX)));
   };
   switch (message) {
     case TBM_GETPOS:

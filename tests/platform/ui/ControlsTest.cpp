@@ -5,6 +5,8 @@
 #include <QImage>
 #include <QLabel>
 #include <QSlider>
+
+#include <climits>
 #include <QTabBar>
 
 #include <utility>
@@ -99,6 +101,12 @@ TEST_F(Controls, SliderTellsEveryUserMoveAndNoProgramMove) {
   EXPECT_EQ(TB_LINEDOWN, panel.scrolls[0].code);
   EXPECT_EQ(last + 1, panel.scrolls[0].posNow);
   EXPECT_EQ(TB_ENDTRACK, panel.scrolls[1].code);
+
+  // Bounds at the 32-bit limits: the page step is a fifth of the whole span.
+  s.SetRange(INT_MIN, INT_MAX);
+  EXPECT_EQ(858993459, q->pageStep());
+  s.SetPos(INT_MAX);
+  EXPECT_EQ(INT_MAX, s.GetPos());
 }
 
 TEST_F(Controls, ManualCheckBoxTellsClicksAndKeepsItsMark) {
