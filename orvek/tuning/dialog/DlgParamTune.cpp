@@ -29,6 +29,30 @@ constexpr UINT kDefaultElapseMs = 20;
 float* floatOf(const tagParamInfoV2& p) { return static_cast<float*>(p.pValue); }
 int* intOf(const tagParamInfoV2& p) { return static_cast<int*>(p.pValue); }
 
+// The host's variables are shared with its threads without a lock: each
+// access is one relaxed 32-bit atomic, as plain a load or store as the
+// hardware has.
+template <typename T>
+T load(const T* v) {
+  T out;
+  __atomic_load(v, &out, __ATOMIC_RELAXED);
+  return out;
+}
+template <typename T>
+void store(T* v, T value) {
+  __atomic_store(v, &value, __ATOMIC_RELAXED);
+}
+
+// A count that the list can take: the pointer must be there for a non-zero
+// count, and pacing timers (index + 1) must stay below the refresh timer.
+bool validCount(const void* pParams, int nCount) {
+  return nCount >= 0 && nCount < PARAM_LIMIT && (pParams || nCount == 0);
+}
+
+// Beyond this the platform makes no window, and margins added to a side
+// this long still fit in an int.
+constexpr long long kMaxWindowSide = 1 << 24;
+
 }  // namespace
 
 CDlgParamTune::CDlgParamTune()
@@ -53,9 +77,10 @@ CDlgParamTune::~CDlgParamTune() {
 // ---- the parameter list ------------------------------------------------------------
 
 void CDlgParamTune::Create(const tagParamInfoV2* pParams, int nCount, PFN_PARAM_NOTIFY pfnNotify, void* pContext) {
+  if (!validCount(pParams, nCount)) return;
   CSingleLock lock(&m_lock, TRUE);
   if (nCount != 0) {
-    m_params.resize(static_cast<std::size_t>(nCount));  // a negative count throws length_error
+    m_params.resize(static_cast<std::size_t>(nCount));
     std::copy(pParams, pParams + nCount, m_params.begin());
   }
   SaveParamInfo();
@@ -63,6 +88,7 @@ void CDlgParamTune::Create(const tagParamInfoV2* pParams, int nCount, PFN_PARAM_
 }
 
 void CDlgParamTune::Create(const tagParamInfo* pParams, int nCount, PFN_PARAM_NOTIFY pfnNotify, void* pContext) {
+  if (!validCount(pParams, nCount)) return;
   CSingleLock lock(&m_lock, TRUE);
   m_params.resize(static_cast<std::size_t>(nCount));
   for (int i = 0; i < nCount; ++i) {
@@ -84,11 +110,10 @@ void CDlgParamTune::CreateEmpty(CDlgParamTuneNotify* pNotify) {
 void CDlgParamTune::AddParam(tagParamInfoV2* pInfo) {
   if (!pInfo) return;
   CSingleLock lock(&m_lock, TRUE);
+  if (m_params.size() >= static_cast<std::size_t>(PARAM_LIMIT - 1)) return;
   m_params.push_back(*pInfo);
   SaveParamInfo();
-  if (::IsWindow(m_hWnd))
-    ::PostMessageW(m_hWnd, WM_REBUILD_PARAMS, reinterpret_cast<WPARAM>(m_pfnNotify),
-                   reinterpret_cast<LPARAM>(m_pNotifyContext));
+  PostRebuild();
 }
 
 void CDlgParamTune::AddParam(int* pValue, const wchar_t* pszName, CDlgParamTuneNotify* pNotify) {
@@ -113,18 +138,14 @@ void CDlgParamTune::AddParam(int* pValue, const wchar_t* pszName, PFN_PARAM_NOTI
 
 void CDlgParamTune::RemoveParam(void* pValue) {
   CSingleLock lock(&m_lock, TRUE);
-  auto it = std::find_if(m_params.begin(), m_params.end(),
-                         [pValue](const tagParamInfoV2& p) { return p.pValue == pValue; });
+  auto it = FindParam(pValue);
   if (it != m_params.end()) m_params.erase(it);
-  if (::IsWindow(m_hWnd))
-    ::PostMessageW(m_hWnd, WM_REBUILD_PARAMS, reinterpret_cast<WPARAM>(m_pfnNotify),
-                   reinterpret_cast<LPARAM>(m_pNotifyContext));
+  PostRebuild();
 }
 
 void CDlgParamTune::SetParamRange(void* pValue, double dMin, double dMax) {
   CSingleLock lock(&m_lock, TRUE);
-  auto it = std::find_if(m_params.begin(), m_params.end(),
-                         [pValue](const tagParamInfoV2& p) { return p.pValue == pValue; });
+  auto it = FindParam(pValue);
   if (it == m_params.end()) return;
   it->dMin = dMin;
   it->dMax = dMax;
@@ -150,6 +171,23 @@ void CDlgParamTune::SaveParamInfo() {
 }
 
 void CDlgParamTune::OnParamChanged(void*) {}
+
+void CDlgParamTune::PostRebuild() {
+  if (::IsWindow(m_hWnd))
+    ::PostMessageW(m_hWnd, WM_REBUILD_PARAMS, reinterpret_cast<WPARAM>(m_pfnNotify),
+                   reinterpret_cast<LPARAM>(m_pNotifyContext));
+}
+
+std::vector<tagParamInfoV2>::iterator CDlgParamTune::FindParam(void* pValue) {
+  return std::find_if(m_params.begin(), m_params.end(),
+                      [pValue](const tagParamInfoV2& p) { return p.pValue == pValue; });
+}
+
+tagParamControls* CDlgParamTune::CurrentControls(std::size_t nIndex) {
+  if (nIndex >= m_params.size() || nIndex >= m_controls.size()) return nullptr;
+  tagParamControls* c = m_controls[nIndex];
+  return c && c->pValue == m_params[nIndex].pValue ? c : nullptr;
+}
 
 // ---- construction and layout -----------------------------------------------------------
 
@@ -197,9 +235,13 @@ void CDlgParamTune::Create(PFN_PARAM_NOTIFY pfnNotify, void* pContext) {
     const tagParamInfoV2& info = m_params[i];
     auto* c = new tagParamControls;
     c->notifyTimer = 0;
+    c->pValue = info.pValue;
     m_controls[i] = c;
     const POINT at = CellCorner(p, nRows, offsetX, offsetY);
-    auto cell = [&at](int l, int t, int r, int b) { return CRect(at.x + l, at.y + t, at.x + r, at.y + b); };
+    auto cell = [&at](int l, int t, int r, int b) {
+      const long long x = at.x, y = at.y;
+      return CRect(SaturateToInt(x + l), SaturateToInt(y + t), SaturateToInt(x + r), SaturateToInt(y + b));
+    };
     const UINT id = static_cast<UINT>(i + 1);
     switch (info.eType) {
       case ePT_Float:
@@ -250,7 +292,8 @@ void CDlgParamTune::GetColumnsRawsAmount(int nItems, int nGroups, int* pnColumns
 
 void CDlgParamTune::UpdateWindowRectCaption(int nColumns, int nRows, int nGroups, int* pnOffsetX, int* pnOffsetY) {
   const SIZE block = BlockSize(nColumns, nRows);
-  CRect r(0, 0, block.cx, block.cy);
+  CRect r(0, 0, static_cast<int>(std::min<long long>(block.cx, kMaxWindowSide)),
+          static_cast<int>(std::min<long long>(block.cy, kMaxWindowSide)));
   int offsetX = 0, offsetY = 0;
   if (nGroups > 1) {
     m_tab.AdjustRect(TRUE, &r);
@@ -271,8 +314,8 @@ void CDlgParamTune::UpdateWindowRectCaption(int nColumns, int nRows, int nGroups
     title += m_params.front().pszName;
   }
   SetWindowTextW(title);
-  *pnOffsetX = offsetX;
-  *pnOffsetY = offsetY;
+  if (pnOffsetX) *pnOffsetX = offsetX;
+  if (pnOffsetY) *pnOffsetY = offsetY;
 }
 
 DWORD CDlgParamTune::GetWindowStyleEx() { return WS_EX_TOOLWINDOW; }
@@ -288,7 +331,7 @@ void CDlgParamTune::ShowGroup(int nGroup) {
   int page = 0;
   const std::size_t n = std::min(m_controls.size(), m_params.size());
   for (std::size_t i = 0; i < n; ++i) {
-    tagParamControls* c = m_controls[i];
+    tagParamControls* c = CurrentControls(i);
     const int cmd = shown ? SW_SHOWNORMAL : SW_HIDE;
     if (!c && m_params[i].eType != ePT_Group) continue;
     switch (m_params[i].eType) {
@@ -321,37 +364,38 @@ void CDlgParamTune::UpdateInterface() {
   const std::size_t n = std::min(m_controls.size(), m_params.size());
   for (std::size_t i = 0; i < n; ++i) {
     const tagParamInfoV2& p = m_params[i];
-    tagParamControls* c = m_controls[i];
+    // Controls left from before a change of the list wait for the rebuild.
+    tagParamControls* c = CurrentControls(i);
     if (!c || !p.pValue) continue;
     switch (p.eType) {
       case ePT_Float: {
         if (focus == &c->slider) break;
-        float* v = floatOf(p);
-        const float clamped = ClampFloat(*v, p.dMin, p.dMax);
-        // Written back only when the clamp moved it, so that a host's store
-        // between the read and here survives.
-        if (!(clamped == *v)) *v = clamped;
+        // Read once and written back only when the clamp moved it: a value
+        // that the host stored meanwhile is never replaced by an older one.
+        const float value = load(floatOf(p));
+        const float clamped = ClampFloat(value, p.dMin, p.dMax);
+        if (!(clamped == value)) store(floatOf(p), clamped);
         c->slider.SendMessage(TBM_SETPOS, TRUE, FloatToPos(clamped, p.dMin, p.dMax));
         UpdateFloatParamVal(static_cast<int>(i));
         break;
       }
       case ePT_Int: {
         if (focus == &c->slider) break;
-        int* v = intOf(p);
-        const int clamped = ClampInt(*v, p.dMin, p.dMax);
-        if (clamped != *v) *v = clamped;
+        const int value = load(intOf(p));
+        const int clamped = ClampInt(value, p.dMin, p.dMax);
+        if (clamped != value) store(intOf(p), clamped);
         c->slider.SendMessage(TBM_SETPOS, TRUE, clamped);
         UpdateIntParamVal(static_cast<int>(i));
         break;
       }
       case ePT_Bool:
-        c->check.SendMessage(BM_SETCHECK, static_cast<WPARAM>(*intOf(p)));
+        c->check.SendMessage(BM_SETCHECK, static_cast<WPARAM>(load(intOf(p))));
         break;
       case ePT_List: {
         // An open list keeps its selection; the entries behind it wait for
         // a later tick.
         if (c->list.SendMessage(CB_GETDROPPEDSTATE)) return;
-        const int value = *intOf(p);
+        const int value = load(intOf(p));
         int sel = -1;
         for (int k = 0; k < p.nChoices; ++k) {
           if (TruncToInt(p.pChoices[k].dValue) == value) {
@@ -370,17 +414,17 @@ void CDlgParamTune::UpdateInterface() {
 
 void CDlgParamTune::UpdateFloatParamVal(int nIndex) {
   CSingleLock lock(&m_lock, TRUE);
-  const std::size_t i = static_cast<std::size_t>(nIndex);
-  if (nIndex < 0 || i >= m_params.size() || i >= m_controls.size() || !m_params[i].pValue) return;
-  const tagParamInfoV2& p = m_params[i];
-  m_controls[i]->valueText.SetWindowTextW(FloatText(*floatOf(p), p.dMin, p.dMax));
+  tagParamControls* c = nIndex < 0 ? nullptr : CurrentControls(static_cast<std::size_t>(nIndex));
+  if (!c || !c->pValue) return;
+  const tagParamInfoV2& p = m_params[static_cast<std::size_t>(nIndex)];
+  c->valueText.SetWindowTextW(FloatText(load(floatOf(p)), p.dMin, p.dMax));
 }
 
 void CDlgParamTune::UpdateIntParamVal(int nIndex) {
   CSingleLock lock(&m_lock, TRUE);
-  const std::size_t i = static_cast<std::size_t>(nIndex);
-  if (nIndex < 0 || i >= m_params.size() || i >= m_controls.size() || !m_params[i].pValue) return;
-  m_controls[i]->valueText.SetWindowTextW(IntText(*intOf(m_params[i])));
+  tagParamControls* c = nIndex < 0 ? nullptr : CurrentControls(static_cast<std::size_t>(nIndex));
+  if (!c || !c->pValue) return;
+  c->valueText.SetWindowTextW(IntText(load(intOf(m_params[static_cast<std::size_t>(nIndex)]))));
 }
 
 // ---- interaction ---------------------------------------------------------------------
@@ -389,18 +433,21 @@ void CDlgParamTune::OnHScroll(UINT nSBCode, UINT nPos, CScrollBar* pScrollBar) {
   CSingleLock lock(&m_lock, TRUE);
   const int index = pScrollBar ? pScrollBar->GetDlgCtrlID() - 1 : -1;
   if (index < 0 || static_cast<std::size_t>(index) >= m_params.size()) return;
+  // A slider left from before a change of the list may stand at an index
+  // that names another variable now: it is as stale as an unknown id.
+  if (!CurrentControls(static_cast<std::size_t>(index))) return;
   const tagParamInfoV2& p = m_params[static_cast<std::size_t>(index)];
   bool changed = false;
   if (p.pValue && (p.eType == ePT_Float || p.eType == ePT_Int)) {
     const int pos = static_cast<int>(pScrollBar->SendMessage(TBM_GETPOS));
     if (p.eType == ePT_Float) {
-      const float before = *floatOf(p);
-      *floatOf(p) = PosToFloat(pos, p.dMin, p.dMax);
+      const float before = load(floatOf(p)), after = PosToFloat(pos, p.dMin, p.dMax);
+      store(floatOf(p), after);
       UpdateFloatParamVal(index);
-      changed = !(*floatOf(p) == before);
+      changed = !(after == before);
     } else {
-      const int before = *intOf(p);
-      *intOf(p) = pos;
+      const int before = load(intOf(p));
+      store(intOf(p), pos);
       UpdateIntParamVal(index);
       changed = pos != before;
     }
@@ -417,20 +464,21 @@ BOOL CDlgParamTune::OnCommand(WPARAM wParam, LPARAM lParam) {
   if (index < 0 || static_cast<std::size_t>(index) >= m_params.size()) return TRUE;
   const std::size_t i = static_cast<std::size_t>(index);
   const tagParamInfoV2& p = m_params[i];
-  tagParamControls* c = i < m_controls.size() ? m_controls[i] : nullptr;
+  // Only the entry's own control, built for its variable, counts: after a
+  // change of the list the index may name another entry until the rebuild.
+  tagParamControls* c = CurrentControls(i);
   const HWND from = reinterpret_cast<HWND>(lParam);
   bool acted = false;
-  // Only the entry's own control counts: after a removal the list may hold
-  // another kind at this index until the rebuild has run.
   if (code == BN_CLICKED && p.eType == ePT_Bool && c && p.pValue && from == c->check.m_hWnd) {
     // A manual check box: the click only asks, the variable decides.
-    *intOf(p) = c->check.SendMessage(BM_GETCHECK) == 0 ? 1 : 0;
-    c->check.SendMessage(BM_SETCHECK, static_cast<WPARAM>(*intOf(p)));
+    const int value = c->check.SendMessage(BM_GETCHECK) == 0 ? 1 : 0;
+    store(intOf(p), value);
+    c->check.SendMessage(BM_SETCHECK, static_cast<WPARAM>(value));
     acted = true;
   } else if (code == CBN_SELCHANGE && p.eType == ePT_List && c && p.pValue && from == c->list.m_hWnd) {
     const int sel = static_cast<int>(c->list.SendMessage(CB_GETCURSEL));
     if (sel < 0 || sel >= p.nChoices) return FALSE;
-    *intOf(p) = TruncToInt(p.pChoices[sel].dValue);
+    store(intOf(p), TruncToInt(p.pChoices[sel].dValue));
     acted = true;
   }
   if (acted) {
@@ -450,7 +498,8 @@ BOOL CDlgParamTune::OnNotify(WPARAM wParam, LPARAM lParam, LRESULT* pResult) {
 void CDlgParamTune::OnParamChangeNotify(int nIndex) {
   CSingleLock lock(&m_lock, TRUE);
   const std::size_t i = static_cast<std::size_t>(nIndex);
-  if (nIndex < 0 || i >= m_params.size() || i >= m_controls.size() || !m_controls[i]) return;
+  tagParamControls* c = nIndex < 0 ? nullptr : CurrentControls(i);
+  if (!c) return;
   const tagParamInfoV2& p = m_params[i];
   // No timer for a change that nobody wants to hear of.
   if (!p.pfnNotify && !m_pfnNotify) return;
@@ -459,7 +508,6 @@ void CDlgParamTune::OnParamChangeNotify(int nIndex) {
     elapse = m_pfnElapse(m_pElapseContext, p.pValue);
   else if (m_pNotify)
     elapse = m_pNotify->GetParamNotifyElapse(p.pValue);
-  tagParamControls* c = m_controls[i];
   if (c->notifyTimer) KillTimer(c->notifyTimer);
   c->notifyTimer = SetTimer(i + 1, elapse);
 }
@@ -470,10 +518,12 @@ void CDlgParamTune::OnTimer(UINT nIDEvent) {
     UpdateInterface();
   } else {
     const std::size_t i = static_cast<std::size_t>(nIDEvent) - 1;
-    if (nIDEvent > 0 && i < m_controls.size() && i < m_params.size() && m_controls[i]) {
+    if (nIDEvent > 0 && i < m_controls.size() && m_controls[i]) {
       KillTimer(m_controls[i]->notifyTimer);
       m_controls[i]->notifyTimer = 0;
-      OnParamChanged(static_cast<int>(i));
+      // The change was of the variable the controls were built for; if the
+      // index names another one now, the rebuild on its way drops it.
+      if (CurrentControls(i)) OnParamChanged(static_cast<int>(i));
     }
   }
   Default();
@@ -568,15 +618,20 @@ LONG CDlgParamTune::SaveParamValues(const char* pszPath) {
       continue;
     }
     if (!p.pValue) continue;
+    // Taken with one read each, as the refresh does.
     switch (p.eType) {
-      case ePT_Float:
-        ini.WriteParam(section.GetString(), p.pszName, floatOf(p));
+      case ePT_Float: {
+        float value = load(floatOf(p));
+        ini.WriteParam(section.GetString(), p.pszName, &value);
         break;
+      }
       case ePT_Bool:
       case ePT_Int:
-      case ePT_List:
-        ini.WriteParam(section.GetString(), p.pszName, intOf(p));
+      case ePT_List: {
+        int value = load(intOf(p));
+        ini.WriteParam(section.GetString(), p.pszName, &value);
         break;
+      }
       default:
         break;
     }
@@ -608,14 +663,14 @@ LONG CDlgParamTune::LoadParamValues(const char* pszPath) {
     bool changed = false;
     if (p.eType == ePT_Float) {
       float read = 0.0f;
-      if (ini.ReadParam(section.GetString(), p.pszName, &read) == S_OK && !(read == *floatOf(p))) {
-        *floatOf(p) = read;
+      if (ini.ReadParam(section.GetString(), p.pszName, &read) == S_OK && !(read == load(floatOf(p)))) {
+        store(floatOf(p), read);
         changed = true;
       }
     } else if (p.eType == ePT_Bool || p.eType == ePT_Int || p.eType == ePT_List) {
       int read = 0;
-      if (ini.ReadParam(section.GetString(), p.pszName, &read) == S_OK && read != *intOf(p)) {
-        *intOf(p) = read;
+      if (ini.ReadParam(section.GetString(), p.pszName, &read) == S_OK && read != load(intOf(p))) {
+        store(intOf(p), read);
         changed = true;
       }
     }

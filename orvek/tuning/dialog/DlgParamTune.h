@@ -26,6 +26,10 @@ struct ORVEK_API tagParamControls {
   CButton check;
   CComboBox list;
   UINT_PTR notifyTimer;  // id of this entry's pacing timer, 0 if none runs
+  // The variable the set was built for. Until the rebuild that follows a
+  // change of the list, an index may name another entry: a set whose
+  // variable is not its entry's any more neither writes nor reports.
+  void* pValue;
 };
 
 // A floating tool window that shows the host's variables as controls.
@@ -42,7 +46,15 @@ struct ORVEK_API tagParamControls {
 // files may be called from any thread; a change of the list is posted to the
 // window, which rebuilds itself. Callbacks run on the window's thread with the
 // dialog's lock held (value-file loads: on the loading thread); they may call
-// back into the dialog.
+// back into the dialog. The dialog reads and writes the host's variables as
+// single relaxed 32-bit atomic accesses, one read per refresh of a variable,
+// so a host thread that stores with atomic accesses too never races with it
+// and never sees a value it replaced written back.
+//
+// Bad arguments: a list of 1000000 entries or more is refused (the pacing
+// timers' ids would reach the refresh timer's); bounds that are no number,
+// infinite or crossed, null names and null variables are taken as they come
+// and never crash: see the operations.
 class ORVEK_API CDlgParamTune : public CWnd {
  public:
   // Id of the refresh timer; pacing timers use the parameter's index + 1.
@@ -54,13 +66,19 @@ class ORVEK_API CDlgParamTune : public CWnd {
   // ---- the parameter list ----
 
   // Copies nCount entries over the list (nCount 0 keeps the present list)
-  // and builds the window, hidden.
+  // and builds the window, hidden. A null pParams with a non-zero nCount, a
+  // negative nCount or one of 1000000 or more is refused: nothing changes.
   void Create(const tagParamInfoV2* pParams, int nCount, PFN_PARAM_NOTIFY pfnNotify, void* pContext);
   // The older descriptor: the list always becomes these nCount entries.
+  // Refused as above; a null pParams with nCount 0 empties the list.
   void Create(const tagParamInfo* pParams, int nCount, PFN_PARAM_NOTIFY pfnNotify, void* pContext);
   // An empty list whose changes go to pNotify; fill it with AddParam.
   void CreateEmpty(CDlgParamTuneNotify* pNotify);
   // Appends a copy of the entry. Any thread, also before any window exists.
+  // A null pInfo, or a list that already holds 999999 entries, changes
+  // nothing. Null names count as empty; a null variable gets no control
+  // value and is neither saved nor loaded; list choices count only with a
+  // non-null array and a positive count.
   void AddParam(tagParamInfoV2* pInfo);
   // A check box (int 0 or 1) that reports to pNotify.
   void AddParam(int* pValue, const wchar_t* pszName, CDlgParamTuneNotify* pNotify);
@@ -69,7 +87,9 @@ class ORVEK_API CDlgParamTune : public CWnd {
   // Removes the first entry of that variable; the window is rebuilt anyway.
   void RemoveParam(void* pValue);
   // New bounds for the first entry of that variable, applied by the next
-  // refresh.
+  // refresh. Any doubles are taken: a float with a bound that is no number
+  // is clamped to the upper bound, as crossed bounds are; integer bounds
+  // beyond an int stop at its limits.
   void SetParamRange(void* pValue, double dMin, double dMax);
   // The pacing delay per parameter; null leaves it to the notification
   // object, else 20 ms.
@@ -84,7 +104,9 @@ class ORVEK_API CDlgParamTune : public CWnd {
   void OnClose() override;
   void OnDestroy() override;
   BOOL PreTranslateMessage(MSG* pMsg) override;
-  // Starts (or restarts) the pacing of entry nIndex, if anybody listens.
+  // Starts (or restarts) the pacing of entry nIndex, if anybody listens. An
+  // index without an entry, or whose controls were built for another entry
+  // and wait for the rebuild, does nothing.
   void OnParamChangeNotify(int nIndex);
   void Destroy();
   // Whether the user touched a control since the list was last given or the
@@ -101,10 +123,10 @@ class ORVEK_API CDlgParamTune : public CWnd {
   // application for a save.
 
   // S_OK; a missing file or key changes nothing. Each changed value is
-  // reported at once, on the calling thread.
+  // reported at once, on the calling thread. A null path is a missing file.
   LONG LoadParamValues(const char* pszPath);
   LONG LoadParamValues(const wchar_t* pszPath);
-  // S_OK, or E_FAIL if the file cannot be created.
+  // S_OK, or E_FAIL if the file cannot be created (also for a null path).
   LONG SaveParamValues(const char* pszPath);
   LONG SaveParamValues(const wchar_t* pszPath);
 
@@ -115,10 +137,12 @@ class ORVEK_API CDlgParamTune : public CWnd {
   void OnParamChanged(void* pValue);
 
   // The block of cells nearest to a square for nItems cells, counting the
-  // tab control's margins when there are pages.
+  // tab control's margins when there are pages. Fewer than 1 item gives 0
+  // and 0, more than 999999 the block for 999999; null outputs are skipped.
   virtual void GetColumnsRawsAmount(int nItems, int nGroups, int* pnColumns, int* pnRows);
   // Sizes the window (and the tab control) for the block of cells, sets the
-  // title, and gives the corner of the first cell's area.
+  // title, and gives the corner of the first cell's area. Negative counts
+  // count as 0; a side stops at 2^24 pixels; null outputs are skipped.
   virtual void UpdateWindowRectCaption(int nColumns, int nRows, int nGroups, int* pnOffsetX, int* pnOffsetY);
   virtual DWORD GetWindowStyleEx();
   // The owner of the window: the main window of the calling thread, if any.
@@ -156,4 +180,12 @@ class ORVEK_API CDlgParamTune : public CWnd {
   void UpdateIntParamVal(int nIndex);
   // Calls the entry's callback, then the dialog-wide one.
   void OnParamChanged(int nIndex);
+  // Asks the window's thread to rebuild the window from the list, if there
+  // is a window.
+  void PostRebuild();
+  // The first entry of that variable, in list order.
+  std::vector<tagParamInfoV2>::iterator FindParam(void* pValue);
+  // The controls of entry nIndex, if they were built for that entry's
+  // variable; null for a stale or missing index.
+  tagParamControls* CurrentControls(std::size_t nIndex);
 };

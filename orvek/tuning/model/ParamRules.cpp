@@ -118,37 +118,49 @@ void CountGroups(const std::vector<tagParamInfoV2>& params, int* pnGroups, int* 
 }
 
 void ColumnsRows(int nItems, int nGroups, const TabGrowth& tabs, int* pnColumns, int* pnRows) {
-  *pnColumns = 0;
-  *pnRows = 0;
-  if (nItems < 1) return;
+  int columns = 0, rows = 0;
+  // A list never holds more; the cap also keeps the search short and every
+  // size below within an int.
+  if (nItems > PARAM_LIMIT - 1) nItems = PARAM_LIMIT - 1;
   float best = 0.0f;
   for (int r = 1; r <= nItems; ++r) {
     const int c = (nItems + r - 1) / r;
-    int w = c * ITEM_WIDTH + (c - 1) * COLUMN_GAP;
-    int h = r * ITEM_HEIGHT + (r - 1) * ROW_GAP;
+    long long w = static_cast<long long>(c) * ITEM_WIDTH + (c - 1) * COLUMN_GAP;
+    long long h = static_cast<long long>(r) * ITEM_HEIGHT + (r - 1) * ROW_GAP;
     if (nGroups > 1) {
       w = 2 * TAB_MARGIN_X + w + tabs.left + tabs.right;
       h = 2 * TAB_MARGIN_Y + h + tabs.top + tabs.bottom;
     }
-    const float score = static_cast<float>(w < h ? w : h) / static_cast<float>(w < h ? h : w);
+    const float shorter = static_cast<float>(SaturateToInt(w < h ? w : h));
+    const float score = shorter / static_cast<float>(SaturateToInt(w < h ? h : w));
     // On a tie the later trial, with more rows, wins.
     if (score >= best) {
       best = score;
-      *pnColumns = c;
-      *pnRows = r;
+      columns = c;
+      rows = r;
     }
   }
+  if (pnColumns) *pnColumns = columns;
+  if (pnRows) *pnRows = rows;
+}
+
+int SaturateToInt(long long value) {
+  if (value > INT_MAX) return INT_MAX;
+  if (value < INT_MIN) return INT_MIN;
+  return static_cast<int>(value);
 }
 
 SIZE BlockSize(int nColumns, int nRows) {
-  return SIZE{nColumns * ITEM_WIDTH + (nColumns - 1) * COLUMN_GAP + 2 * MARGIN_X,
-              nRows * ITEM_HEIGHT + (nRows - 1) * ROW_GAP + 2 * MARGIN_Y};
+  const long long c = nColumns > 0 ? nColumns : 0, r = nRows > 0 ? nRows : 0;
+  return SIZE{SaturateToInt(c * ITEM_WIDTH + (c - 1) * COLUMN_GAP + 2 * MARGIN_X),
+              SaturateToInt(r * ITEM_HEIGHT + (r - 1) * ROW_GAP + 2 * MARGIN_Y)};
 }
 
 POINT CellCorner(int p, int nRows, int offsetX, int offsetY) {
-  if (nRows < 1) return POINT{MARGIN_X + offsetX, MARGIN_Y + offsetY};
-  return POINT{(COLUMN_GAP + ITEM_WIDTH) * (p / nRows) + MARGIN_X + offsetX,
-               (ROW_GAP + ITEM_HEIGHT) * (p % nRows) + MARGIN_Y + offsetY};
+  const long long x = static_cast<long long>(MARGIN_X) + offsetX, y = static_cast<long long>(MARGIN_Y) + offsetY;
+  if (nRows < 1) return POINT{SaturateToInt(x), SaturateToInt(y)};
+  return POINT{SaturateToInt(static_cast<long long>(COLUMN_GAP + ITEM_WIDTH) * (p / nRows) + x),
+               SaturateToInt(static_cast<long long>(ROW_GAP + ITEM_HEIGHT) * (p % nRows) + y)};
 }
 
 }  // namespace ParamRules

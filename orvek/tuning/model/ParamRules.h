@@ -12,6 +12,10 @@ namespace ParamRules {
 // A float slider has 257 positions, 0 to 256.
 constexpr int FLOAT_SCALE_MAX = 256;
 
+// A list holds fewer entries than this: pacing timers take the ids 1 to the
+// count, below the refresh timer's id, 1000000.
+constexpr int PARAM_LIMIT = 1000000;
+
 // Value to slider position: (value - min) / (max - min) * 256, truncated.
 // A position that is no number (equal bounds) is 0.
 ORVEK_API int FloatToPos(float value, double dMin, double dMax);
@@ -59,11 +63,16 @@ struct TabGrowth {
   int left, top, right, bottom;
 };
 // The block of cells nearest to a square; `tabs` is used only with more than
-// one group.
+// one group. Fewer than 1 item gives 0 and 0; more than a list can hold
+// (PARAM_LIMIT - 1) gives the block for that many. Null outputs are skipped.
 ORVEK_API void ColumnsRows(int nItems, int nGroups, const TabGrowth& tabs, int* pnColumns, int* pnRows);
 // Client size of the cell block with its margins, before any tab control.
+// Negative counts count as 0; a size beyond an int stops at INT_MAX.
 ORVEK_API SIZE BlockSize(int nColumns, int nRows);
 // The top-left corner of the p-th cell of a page: columns fill top to bottom.
+// Coordinates beyond an int stop at its limits.
 ORVEK_API POINT CellCorner(int p, int nRows, int offsetX, int offsetY);
+// A 64-bit coordinate held within the range of an int.
+ORVEK_API int SaturateToInt(long long value);
 
 }  // namespace ParamRules

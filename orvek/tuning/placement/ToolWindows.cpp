@@ -33,6 +33,8 @@ void RegisterToolWindow(HWND hWnd) {
   CSingleLock lock(&ms_toolWindowsLock, TRUE);
   // Out first, so that a window is no obstacle to its own registration.
   removeFirst(hWnd);
+  // A handle of no live window (null, stale, foreign) is not listed.
+  if (!IsWindow(hWnd)) return;
   PlaceToolWindow(hWnd);
   ms_toolWindows.push_back(tagToolWindowEntry{hWnd, parentOf(hWnd)});
 }

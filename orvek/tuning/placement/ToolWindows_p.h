@@ -23,10 +23,15 @@ constexpr int PLACEMENT_GAP = 10;
 ORVEK_API extern std::vector<tagToolWindowEntry> ms_toolWindows;
 ORVEK_API extern CCriticalSection ms_toolWindowsLock;
 
-// Places the window, then lists it (once) under its parent.
+// Places the window, then lists it (once) under its parent. A handle that is
+// no live window is only taken off the list.
 ORVEK_API void RegisterToolWindow(HWND hWnd);
+// Any handle; one that is not listed changes nothing.
 ORVEK_API void UnregisterToolWindow(HWND hWnd);
 // Moves the window to the nearest place inside the main window's rectangle
 // (0, 0, 1024, 768 without a main window) that keeps PLACEMENT_GAP from the
-// visible windows of the same parent; where none is free it stays.
+// visible windows of the same parent; where none is free it stays. A handle
+// that is no live window changes nothing. The platform holds every window
+// within 2^24 pixels of the origin, so the search never nears the limits of
+// an int.
 ORVEK_API void PlaceToolWindow(HWND hWnd);

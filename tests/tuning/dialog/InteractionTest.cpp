@@ -4,6 +4,8 @@
 #include <QComboBox>
 #include <QSlider>
 
+#include <climits>
+
 #include "DialogTest.h"
 
 namespace {
@@ -410,6 +412,90 @@ TEST(DialogInteraction, ClosingDestroysAndShowWindowRebuildsFromTheSameList) {
   dlg.ShowWindow();
   EXPECT_TRUE(dlg.IsWindowVisible());
   EXPECT_EQ(builds + 1, dlg.builds);
+}
+
+TEST(DialogInteraction, TheRefreshNeverWritesBackAValueThatAHostThreadReplaced) {
+  // Values inside the bounds: the refresh has nothing to clamp, so a value
+  // that changes under the host's hands was written back by the dialog.
+  float f = 0.0f;
+  int n = 0;
+  const tagParamInfoV2 list[] = {Param(L"f", ePT_Float, &f, 0, 1e9), Param(L"n", ePT_Int, &n, 0, INT_MAX)};
+  TestDlg dlg;
+  dlg.Create(list, 2, nullptr, nullptr);  // hidden, and refreshed all the same
+  std::atomic<bool> stop{false};
+  std::atomic<int> lost{0}, rounds{0};
+  std::thread host([&] {
+    for (int k = 1, before = 0; !stop.load(std::memory_order_relaxed); before = k, k = k % 1000000 + 1, ++rounds) {
+      // Each variable still holds what this thread stored the round before.
+      float last;
+      __atomic_load(&f, &last, __ATOMIC_RELAXED);
+      if (last != static_cast<float>(before) || __atomic_load_n(&n, __ATOMIC_RELAXED) != before) ++lost;
+      const float next = static_cast<float>(k);
+      __atomic_store(&f, &next, __ATOMIC_RELAXED);
+      __atomic_store_n(&n, k, __ATOMIC_RELAXED);
+    }
+  });
+  // The refresh tick, called as its timer calls it, as often as it can: the
+  // host's store has to land between two reads of one tick to show.
+  int ticks = 0;
+  for (const DWORD start = GetTickCount(); GetTickCount() - start < 1000 || rounds < 1000; ++ticks)
+    dlg.OnTimer(CDlgParamTune::ID_UPDATE_TIMER);
+  stop = true;
+  host.join();
+  EXPECT_EQ(0, lost.load()) << "in " << rounds.load() << " rounds, " << ticks << " ticks";
+}
+
+TEST(DialogInteraction, ControlsAndTimersLeftFromAChangedListNeitherWriteNorReport) {
+  float a = 0.0f, b = 0.0f, c = 0.0f;
+  int f1 = 0, f2 = 0;
+  Journal journal;
+  const tagParamInfoV2 list[] = {Param(L"A", ePT_Float, &a, 0, 1, &Note<kOwn, float>, &journal),
+                                 Param(L"B", ePT_Float, &b, 0, 1, &Note<kOwn, float>, &journal),
+                                 Param(L"C", ePT_Float, &c, 0, 1, &Note<kOwn, float>, &journal),
+                                 Param(L"F1", ePT_Bool, &f1, 0, 0, &Note<kOwn, int>, &journal),
+                                 Param(L"F2", ePT_Bool, &f2, 0, 0, &Note<kOwn, int>, &journal)};
+  TestDlg dlg;
+  dlg.Create(list, 5, nullptr, nullptr);
+  unsigned int elapse = 60000;  // expires only when the test says so
+  dlg.SetNotifyElapseFunc(&ElapseOf, &elapse);
+  ASSERT_TRUE(ShowAndActivate(dlg));
+  QTest::keyClick(dlg.C(1).slider.GetQWidget(), Qt::Key_Right);  // B's pacing timer, id 2
+  const float movedB = b;
+  UINT armed = 0;
+  ASSERT_TRUE(dlg.GetTimerElapse(2, &armed));
+
+  // A host thread takes A out. Until the posted rebuild runs, index 0 names
+  // B, 1 names C and 3 names F2, while the old controls still stand there.
+  std::thread([&] { dlg.RemoveParam(&a); }).join();
+  ASSERT_EQ(4u, dlg.m_params.size());
+  ASSERT_EQ(5u, dlg.m_controls.size());
+  QTest::keyClick(dlg.C(0).slider.GetQWidget(), Qt::Key_End);      // A's slider
+  QTest::keyClick(dlg.C(1).slider.GetQWidget(), Qt::Key_End);      // B's slider
+  QTest::mouseClick(dlg.C(3).check.GetQWidget(), Qt::LeftButton);  // F1's box
+  dlg.OnTimer(2);                                                  // B's timer expires
+  dlg.OnParamChangeNotify(1);
+  dlg.OnTimer(CDlgParamTune::ID_UPDATE_TIMER);
+  EXPECT_EQ(0.0f, a);
+  EXPECT_EQ(movedB, b);
+  EXPECT_EQ(0.0f, c);
+  EXPECT_EQ(0, f1);
+  EXPECT_EQ(0, f2);
+  EXPECT_FALSE(dlg.GetTimerElapse(2, &armed));
+
+  // Rebuilt, each control writes and reports its own variable again.
+  ASSERT_TRUE(WaitFor([&] { return dlg.m_controls.size() == 4; }));
+  EXPECT_TRUE(journal.entries.empty());
+  ASSERT_TRUE(QTest::qWaitForWindowActive(dlg.GetQWidget()));
+  elapse = 0;
+  QTest::keyClick(dlg.C(1).slider.GetQWidget(), Qt::Key_End);
+  QTest::mouseClick(dlg.C(3).check.GetQWidget(), Qt::LeftButton);
+  EXPECT_EQ(1.0f, c);
+  EXPECT_EQ(1, f2);
+  EXPECT_EQ(0, f1);
+  ASSERT_TRUE(WaitFor([&] { return journal.entries.size() == 2; }));
+  const std::vector<void*> told{journal.entries[0].value, journal.entries[1].value};
+  EXPECT_NE(told.end(), std::find(told.begin(), told.end(), &c));
+  EXPECT_NE(told.end(), std::find(told.begin(), told.end(), &f2));
 }
 
 }  // namespace

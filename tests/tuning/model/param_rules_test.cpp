@@ -162,3 +162,41 @@ TEST(ParamRules, PoolOwnsEveryTextAndKeepsOldBlocks) {
   for (auto* blk : blocks) delete[] blk;
   delete pool;
 }
+
+TEST(ParamRules, LayoutArithmeticHoldsAtTheLimitsOfAnInt) {
+  const TabGrowth none{0, 0, 0, 0};
+  int c = -1, r = -1, c999 = -1, r999 = -1;
+  // More items than a list can hold take the block of the largest list, at
+  // once; none or a negative count give an empty block.
+  ColumnsRows(999999, 1, none, &c999, &r999);
+  for (int n : {1000000, INT_MAX}) {
+    ColumnsRows(n, 2, none, &c, &r);
+    EXPECT_EQ(c, c999) << n;
+    EXPECT_EQ(r, r999) << n;
+  }
+  ColumnsRows(INT_MIN, 2, TabGrowth{INT_MAX, INT_MAX, INT_MAX, INT_MAX}, &c, &r);
+  EXPECT_EQ(c, 0);
+  EXPECT_EQ(r, 0);
+
+  struct {
+    int columns, rows;
+    LONG cx, cy;
+  } blocks[] = {{INT_MAX, INT_MAX, INT_MAX, INT_MAX}, {INT_MIN, -3, 25, 25}, {-1, 1, 25, 65}, {1, 7, 240, 305}};
+  for (const auto& b : blocks) {
+    const SIZE s = BlockSize(b.columns, b.rows);
+    EXPECT_EQ(s.cx, b.cx) << b.columns << " x " << b.rows;
+    EXPECT_EQ(s.cy, b.cy) << b.columns << " x " << b.rows;
+  }
+  struct {
+    int p, rows, offsetX, offsetY;
+    LONG x, y;
+  } corners[] = {{999998, 1, INT_MAX, INT_MIN, INT_MAX, INT_MIN + 20},
+                 {INT_MAX, 2, 0, 0, INT_MAX, 60},
+                 {INT_MIN, -1, INT_MIN, INT_MAX, INT_MIN + 20, INT_MAX},
+                 {3, 2, 19, 39, 254, 99}};
+  for (const auto& k : corners) {
+    const POINT at = CellCorner(k.p, k.rows, k.offsetX, k.offsetY);
+    EXPECT_EQ(at.x, k.x) << k.p;
+    EXPECT_EQ(at.y, k.y) << k.p;
+  }
+}

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 
 #include <orvek/Orvek.h>
 #include <orvek/tuning/placement/ToolWindows_p.h>
@@ -108,6 +109,47 @@ TEST_F(Placement, TheMainWindowGivesTheBounds) {
   AfxGetThread()->m_pMainWnd = nullptr;
   PlaceToolWindow(late.m_hWnd);
   EXPECT_EQ(CRect(650, 300, 890, 600), RectOf(late));
+}
+
+TEST_F(Placement, HandlesOfNoWindowAndFarRectanglesGiveADefinedPlace) {
+  // A handle that is no live window is neither placed nor listed.
+  CWnd dead;
+  Make(dead, CRect(0, 0, 50, 50));
+  const HWND gone = dead.m_hWnd;
+  dead.DestroyWindow();
+  for (HWND h : {HWND(nullptr), reinterpret_cast<HWND>(0x12345), gone}) {
+    RegisterToolWindow(h);
+    PlaceToolWindow(h);
+    EXPECT_EQ(0, Entries(h)) << h;
+    UnregisterToolWindow(h);
+  }
+
+  // Windows asked to stand at the 32-bit limits stand where the platform
+  // holds them; with no free place inside the bounds, they stay there.
+  struct {
+    CRect asked;
+    bool withMain;
+  } table[] = {{CRect(INT_MAX - 100, INT_MAX - 100, INT_MAX, INT_MAX), false},
+               {CRect(INT_MIN, INT_MIN, INT_MIN + 240, INT_MIN + 300), false},
+               {CRect(INT_MAX - 100, INT_MIN, INT_MAX, INT_MIN + 300), true}};
+  for (const auto& row : table) {
+    CWnd main, first, second;
+    if (row.withMain) {
+      Make(main, row.asked);
+      AfxGetThread()->m_pMainWnd = &main;
+    }
+    Make(first, CRect(0, 0, 240, 300));
+    Make(second, CRect(0, 0, 240, 300));
+    first.MoveWindow(&row.asked, FALSE);
+    second.MoveWindow(&row.asked, FALSE);
+    const CRect held = RectOf(second);
+    RegisterToolWindow(first.m_hWnd);
+    RegisterToolWindow(second.m_hWnd);
+    PlaceToolWindow(second.m_hWnd);
+    EXPECT_EQ(held, RectOf(second)) << row.asked.left;
+    EXPECT_EQ(1, Entries(second.m_hWnd));
+    AfxGetThread()->m_pMainWnd = nullptr;
+  }
 }
 
 }  // namespace
