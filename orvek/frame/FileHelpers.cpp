@@ -15,56 +15,18 @@ namespace {
 
 // Makes the folder of the host's executable the current folder, so that a
 // relative path means a file beside the application.
-void enterApplicationFolder(DWORD bufferLength) {
-  std::wstring buf(bufferLength, L'\0');
-  GetModuleFileNameW(nullptr, &buf[0], bufferLength);
-  buf.resize(std::wcslen(buf.c_str()));
-  const auto slash = buf.rfind(L'/');
-  if (slash == std::wstring::npos) return;
-  buf.resize(slash == 0 ? 1 : slash);
-  SetCurrentDirectoryW(buf.c_str());
+void enterApplicationFolder() {
+  const std::string folder = OrvekGetApplicationFolder();
+  if (!folder.empty()) SetCurrentDirectoryA(folder.c_str());
 }
 
-// True when the text holds exactly one integer conversion ("%d" and its
-// kin, with flags, width and precision) besides any "%%".
-bool isIndexFormat(const wchar_t* f) {
-  int conversions = 0;
-  for (const wchar_t* p = f; *p; ++p) {
-    if (*p != L'%') continue;
-    ++p;
-    if (*p == L'%') continue;
-    while (*p && std::wcschr(L"-+ #0", *p)) ++p;
-    while (*p >= L'0' && *p <= L'9') ++p;
-    if (*p == L'.') {
-      ++p;
-      while (*p >= L'0' && *p <= L'9') ++p;
-    }
-    if (!*p || !std::wcschr(L"diuxXo", *p)) return false;
-    ++conversions;
-  }
-  return conversions == 1;
-}
+// Both widths of the file helpers meet here: a narrow path is used as its
+// bytes, a wide one as its UTF-8 text.
+std::string pathBytes(const wchar_t* path) { return WideToUtf8(path, std::wcslen(path)); }
 
-}  // namespace
-
-CStringW COrvekGlobals::GetApplicationPath(void) {
-  CStringW path;
-  wchar_t* buf = path.GetBuffer(static_cast<int>(MAX_PATH));
-  GetModuleFileNameW(nullptr, buf, MAX_PATH);
-  path.ReleaseBuffer();
-  const int slash = path.ReverseFind(L'/');
-  return path.Left(slash + 1);
-}
-
-int COrvekGlobals::ReadFromFile(const char* path, void* buffer, int* size) {
-  if (!path) return 0;
-  const CStringW wide(path);
-  return ReadFromFile(wide.GetString(), buffer, size);
-}
-
-int COrvekGlobals::ReadFromFile(const wchar_t* path, void* buffer, int* size) {
+int readFromFile(const char* path, void* buffer, int* size) {
   if (!path || !size) return 0;
-  enterApplicationFolder(1000);
+  enterApplicationFolder();
   CFile file;
   CFileException error;
   if (!file.Open(path, CFile::modeRead, &error)) return 0;
@@ -77,20 +39,15 @@ int COrvekGlobals::ReadFromFile(const wchar_t* path, void* buffer, int* size) {
   return 1;
 }
 
-LONG COrvekGlobals::WriteToFile(const char* path, const void* data, int size, int bAppend) {
-  if (!path) return E_FAIL;
-  const CStringW wide(path);
-  return WriteToFile(wide.GetString(), data, size, bAppend);
-}
-
-LONG COrvekGlobals::WriteToFile(const wchar_t* path, const void* data, int size, int bAppend) {
+LONG writeToFile(const char* path, const void* data, int size, int bAppend) {
   if (!path || size < 0 || (!data && size > 0)) return E_FAIL;
-  SetCurrentDirectoryW(GetApplicationPath());
+  enterApplicationFolder();
   CFile file;
   CFileException error;
   BOOL opened;
   if (bAppend == 0) {
-    opened = file.Open(path, CFile::modeCreate | CFile::modeWrite, &error);
+    // A whole file is replaced at once: a failed write leaves the old one.
+    opened = file.Open(path, CFile::modeCreate | CFile::modeWrite | CFile::modeReplace, &error);
   } else {
     opened = file.Open(path, CFile::modeWrite, &error);
     if (!opened) opened = file.Open(path, CFile::modeCreate | CFile::modeWrite, &error);
@@ -102,19 +59,62 @@ LONG COrvekGlobals::WriteToFile(const wchar_t* path, const void* data, int size,
   return S_OK;
 }
 
+// True when the text holds exactly one integer conversion ("%d" and its
+// kin, with flags, width and precision) besides any "%%". A width or
+// precision has at most 3 digits: a name is never padded to gigabytes.
+bool isIndexFormat(const wchar_t* f) {
+  int conversions = 0;
+  const auto digits = [](const wchar_t*& p) {
+    const wchar_t* start = p;
+    while (*p >= L'0' && *p <= L'9') ++p;
+    return p - start <= 3;
+  };
+  for (const wchar_t* p = f; *p; ++p) {
+    if (*p != L'%') continue;
+    ++p;
+    if (*p == L'%') continue;
+    while (*p && std::wcschr(L"-+ #0", *p)) ++p;
+    if (!digits(p)) return false;
+    if (*p == L'.') {
+      ++p;
+      if (!digits(p)) return false;
+    }
+    if (!*p || !std::wcschr(L"diuxXo", *p)) return false;
+    ++conversions;
+  }
+  return conversions == 1;
+}
+
+}  // namespace
+
+CStringW COrvekGlobals::GetApplicationPath(void) { return CStringW(OrvekGetApplicationFolder().c_str()); }
+
+int COrvekGlobals::ReadFromFile(const char* path, void* buffer, int* size) { return readFromFile(path, buffer, size); }
+
+int COrvekGlobals::ReadFromFile(const wchar_t* path, void* buffer, int* size) {
+  return path ? readFromFile(pathBytes(path).c_str(), buffer, size) : 0;
+}
+
+LONG COrvekGlobals::WriteToFile(const char* path, const void* data, int size, int bAppend) {
+  return writeToFile(path, data, size, bAppend);
+}
+
+LONG COrvekGlobals::WriteToFile(const wchar_t* path, const void* data, int size, int bAppend) {
+  return path ? writeToFile(pathBytes(path).c_str(), data, size, bAppend) : E_FAIL;
+}
+
 LONG COrvekGlobals::GetFileInfo(HINSTANCE module, tagVS_FIXEDFILEINFO* info) {
   if (!info) return E_FAIL;
-  std::wstring name(1000, L'\0');
-  SetLastError(0);
-  GetModuleFileNameW(module, &name[0], 1000);
-  if (GetLastError() == static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER)) return E_FAIL;
+  // The module's path at its full length, as the bytes the system gave.
+  const std::string name = OrvekGetModuleFileName(module);
+  if (name.empty()) return E_FAIL;
   DWORD handle = 0;
-  const DWORD size = GetFileVersionInfoSizeW(name.c_str(), &handle);
+  const DWORD size = GetFileVersionInfoSizeA(name.c_str(), &handle);
   if (size == 0) return E_FAIL;
   std::vector<unsigned char> block(size);
   void* fixed = nullptr;
   UINT length = 0;
-  if (!GetFileVersionInfoW(name.c_str(), handle, size, block.data())) return E_FAIL;
+  if (!GetFileVersionInfoA(name.c_str(), handle, size, block.data())) return E_FAIL;
   if (!VerQueryValueW(block.data(), L"\\", &fixed, &length)) return E_FAIL;
   std::memcpy(info, fixed, std::min<std::size_t>(length, sizeof *info));
   return S_OK;

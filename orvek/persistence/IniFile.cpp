@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <cwchar>
 #include <string>
 
-#include <orvek/frame/OrvekGlobals.h>
 #include <orvek/platform/core/Kernel.h>
 #include <orvek/platform/core/Module.h>
 
@@ -16,7 +16,8 @@ const char CIniFile::ms_pEndLine[3] = "\r\n";
 namespace {
 
 constexpr UINT kOpenRead = CFile::modeRead;
-constexpr UINT kOpenRewrite = CFile::modeCreate | CFile::modeWrite;
+// A rewrite replaces the whole file at once, never leaving a part of it.
+constexpr UINT kOpenRewrite = CFile::modeCreate | CFile::modeWrite | CFile::modeReplace;
 constexpr DWORD kSharingRetryMs = 2000;
 
 // Frees a file object on every way out of a scope, so that a read or write
@@ -89,22 +90,24 @@ LONG CIniFile::Create(const char* pFileName, int bWrite, int bBackup) {
   if (m_pFile) return E_FAIL;
   m_bWrite = 0;
   // A bare name means a file beside the application.
-  if (!std::strchr(pFileName, '/') && !SetCurrentDirectoryW(COrvekGlobals::GetApplicationPath())) return E_FAIL;
+  if (!std::strchr(pFileName, '/') && !SetCurrentDirectoryA(OrvekGetApplicationFolder().c_str())) return E_FAIL;
   m_strFileName = pFileName;
-  const LONG opened = openFile(&m_pFile, m_strFileName, kOpenRead);
+  m_strFileNameBytes = pFileName;
+  const LONG opened = openFile(&m_pFile, pFileName, kOpenRead);
 
   // dir/name.ini -> dir/Backup/name.ini.bak; name.ini -> ./Backup/name.ini.bak
-  const int slash = m_strFileName.ReverseFind(L'/');
-  CStringW backupPath, backupFolder;
-  if (slash >= 0) {
-    backupFolder = m_strFileName.Left(slash) + L"/Backup";
-    backupPath = backupFolder + m_strFileName.Mid(slash) + L".bak";
+  const std::string name(pFileName);
+  const std::size_t slash = name.rfind('/');
+  std::string backupPath, backupFolder;
+  if (slash != std::string::npos) {
+    backupFolder = name.substr(0, slash) + "/Backup";
+    backupPath = backupFolder + name.substr(slash) + ".bak";
   } else {
-    backupFolder = L"./Backup/";
-    backupPath = backupFolder + m_strFileName + L".bak";
+    backupFolder = "./Backup/";
+    backupPath = backupFolder + name + ".bak";
   }
   // Made on every call; an existing folder is no case.
-  CreateDirectoryW(backupFolder, nullptr);
+  CreateDirectoryA(backupFolder.c_str(), nullptr);
 
   bool valid = false;
   int length = 0;
@@ -116,7 +119,7 @@ LONG CIniFile::Create(const char* pFileName, int bWrite, int bBackup) {
   if (bBackup && valid) {
     CFile* pBackup = nullptr;
     // A backup that cannot be opened stays as it was.
-    if (openFile(&pBackup, backupPath, kOpenRewrite) == S_OK) {
+    if (openFile(&pBackup, backupPath.c_str(), kOpenRewrite) == S_OK) {
       OwnedFile owned{pBackup};
       pBackup->Write(m_strContent.GetString(), static_cast<UINT>(m_strContent.GetLength()));
       pBackup->Close();
@@ -124,7 +127,7 @@ LONG CIniFile::Create(const char* pFileName, int bWrite, int bBackup) {
   } else if (bBackup) {
     bool restored = false;
     CFile* pBackup = nullptr;
-    if (openFile(&pBackup, backupPath, kOpenRead) == S_OK) {
+    if (openFile(&pBackup, backupPath.c_str(), kOpenRead) == S_OK) {
       OwnedFile owned{pBackup};
       restored = readFileContent(pBackup, &m_strContent, &length) == S_OK && checkIniString(length);
     }
@@ -137,7 +140,7 @@ LONG CIniFile::Create(const char* pFileName, int bWrite, int bBackup) {
 
 LONG CIniFile::Close() {
   if (!m_bWrite) return S_OK;
-  if (openFile(&m_pFile, m_strFileName, kOpenRewrite) != S_OK) return E_FAIL;
+  if (openFile(&m_pFile, m_strFileNameBytes.GetString(), kOpenRewrite) != S_OK) return E_FAIL;
   OwnedFile owned{m_pFile};
   m_pFile->Write(m_strContent.GetString(), static_cast<UINT>(m_strContent.GetLength()));
   m_pFile->Close();
@@ -145,6 +148,15 @@ LONG CIniFile::Close() {
 }
 
 LONG CIniFile::openFile(CFile** ppFile, const wchar_t* pName, UINT nFlags) {
+  if (!ppFile) return E_POINTER;
+  if (!pName) {
+    *ppFile = nullptr;
+    return E_FAIL;
+  }
+  return openFile(ppFile, WideToUtf8(pName, std::wcslen(pName)).c_str(), nFlags);
+}
+
+LONG CIniFile::openFile(CFile** ppFile, const char* pName, UINT nFlags) {
   if (!ppFile) return E_POINTER;
   *ppFile = nullptr;
   CFile* pFile = new CFile;

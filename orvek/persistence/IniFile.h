@@ -31,18 +31,24 @@ class ORVEK_API CIniFile {
   // which becomes the process's current folder. A missing, locked or damaged
   // file is no failure: the text is then the backup's (bBackup) or stays as
   // it was. E_FAIL only when the application folder cannot be entered,
-  // E_POINTER for a null name.
+  // E_POINTER for a null name. A narrow name is used as its bytes, a wide
+  // one as UTF-8.
   LONG Create(const wchar_t* pFileName, int bWrite, int bBackup);
   LONG Create(const char* pFileName, int bWrite, int bBackup);
   // Rewrites the file from the text if the object is writable. The text stays
   // loaded, so reads and writes go on working and a later Close writes again.
-  // A write error raises CFileException out of CFile::Write.
+  // A write error raises CFileException out of CFile::Write. The file (and
+  // the backup that Create writes) is replaced whole: the text goes to a new
+  // file beside it that is renamed into place, so a failure leaves the old
+  // file as it was.
   LONG Close();
 
   // Typed access for int, unsigned int (the same type as ULONG and DWORD
   // here, kept as "0x%08x"), float ("%f"), ULONGLONG and unsigned long long
   // ("%llu"); int uses "%d". Reading follows swscanf: text behind the number
   // is ignored, and the result is S_OK only for exactly one conversion.
+  // E_POINTER for a null value, or a null name in a narrow form; a null wide
+  // name is the empty name.
   template <typename T>
   LONG ReadParam(const char* pSection, const char* pKey, T* pValue) const;
   template <typename T>
@@ -60,7 +66,9 @@ class ORVEK_API CIniFile {
   LONG ReadString(const char* pSection, const char* pKey, CStringW* pValue) const;
   LONG ReadString(const wchar_t* pSection, const wchar_t* pKey, CStringW* pValue) const;
   // Copies the value into a buffer of nSize characters, always terminated.
-  // E_FAIL if it does not fit, with the text cut to nSize - 1 characters.
+  // E_FAIL if it does not fit, with the text cut to nSize - 1 characters, and
+  // for nSize below 1 (the buffer untouched); E_POINTER for a null pointer.
+  // nSize must not exceed the buffer: pBuffer[nSize - 1] is written.
   LONG ReadString(const char* pSection, const char* pKey, char* pBuffer, int nSize) const;
   LONG ReadString(const wchar_t* pSection, const wchar_t* pKey, wchar_t* pBuffer, int nSize) const;
 
@@ -89,8 +97,10 @@ class ORVEK_API CIniFile {
 
  private:
   // Opens exclusively, retrying for up to 2000 ms while another holder has
-  // the file open (then ERROR_TIMEOUT); E_FAIL for any other failure.
+  // the file open (then ERROR_TIMEOUT); E_FAIL for any other failure. The
+  // narrow name is used as its bytes.
   LONG openFile(CFile** ppFile, const wchar_t* pName, UINT nFlags);
+  LONG openFile(CFile** ppFile, const char* pName, UINT nFlags);
   // The whole file into *pContent, cut at its first byte 0. ERROR_OUTOFMEMORY
   // for a file above 0x7FFFFFFF bytes, E_FAIL for a short read.
   LONG readFileContent(CFile* pFile, CStringA* pContent, int* pLength);
@@ -105,4 +115,8 @@ class ORVEK_API CIniFile {
   // ULONGLONG is unsigned long on this 64-bit platform.
   static LONG GetParamFormat(const unsigned long* pDummy, CStringW* pFormat);
   static LONG GetParamFormat(const unsigned long long* pDummy, CStringW* pFormat);
+
+  // The name given to Create as bytes: a narrow name is never converted, so
+  // that a name that is not UTF-8 reaches the same file at Close.
+  CStringA m_strFileNameBytes;
 };

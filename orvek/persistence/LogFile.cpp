@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr DWORD kModulePathLength = 1000;
-
 CStringW timeLine(const wchar_t* format) {
   SYSTEMTIME now{};
   GetLocalTime(&now);
@@ -39,17 +37,17 @@ LONG CLogFile::Init(const wchar_t* pFileName, const wchar_t* pTitle, HINSTANCE c
 LONG CLogFile::Init(const wchar_t* pFileName, const wchar_t* pFolder, const wchar_t* pTitle, HINSTANCE const hModule) {
   if (!hModule) return E_INVALIDARG;
   if (m_pSection) return ERROR_ALREADY_INITIALIZED;
-  std::wstring buffer(kModulePathLength, L'\0');
-  GetModuleFileNameW(hModule, &buffer[0], kModulePathLength);
-  const CStringW modulePath(buffer.c_str());
+  // The module's path at its full length; its folder is used as its bytes.
+  const std::string moduleBytes = OrvekGetModuleFileName(hModule);
+  const CStringW modulePath(moduleBytes.c_str());
 
   // A relative file name lies in the folder given, or else in the module's.
-  CStringW folder(pFolder);
-  if (!pFolder) {
-    const int slash = modulePath.ReverseFind(L'/');
-    folder = slash == 0 ? CStringW(L"/") : modulePath.Left(slash);
+  if (pFolder) {
+    SetCurrentDirectoryW(pFolder);
+  } else {
+    const std::size_t slash = moduleBytes.rfind('/');
+    if (slash != std::string::npos) SetCurrentDirectoryA(moduleBytes.substr(0, slash == 0 ? 1 : slash).c_str());
   }
-  SetCurrentDirectoryW(folder);
 
   m_pSection = new CCriticalSection;
   CSingleLock lock(m_pSection, TRUE);

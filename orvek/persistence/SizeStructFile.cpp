@@ -32,12 +32,24 @@ LONG CSizeStructFile::Init(const wchar_t* pFileName, int bWrite) {
   if (m_pFile) return ERROR_ALREADY_INITIALIZED;
   m_pFile = new CFile;
   CFileException error;
-  if (!m_pFile->Open(pFileName, bWrite ? CFile::modeCreate | CFile::modeWrite : CFile::modeRead, &error))
+  // A file written anew goes in place of the old one only at Close.
+  if (!m_pFile->Open(pFileName,
+                     bWrite ? CFile::modeCreate | CFile::modeWrite | CFile::modeReplace : CFile::modeRead, &error))
     return E_FAIL;
   m_bWrite = bWrite;
   if (!bWrite) return CheckFileHeader(m_pFile);
-  m_pFile->Write(kMagic, kMagicSize);
+  write(kMagic, kMagicSize);
   return S_OK;
+}
+
+void CSizeStructFile::write(const void* pData, UINT nSize) {
+  try {
+    m_pFile->Write(pData, nSize);
+  } catch (...) {
+    // The new file is incomplete: it is dropped, the old one stays.
+    m_pFile->Abort();
+    throw;
+  }
 }
 
 void CSizeStructFile::Close() {
@@ -126,8 +138,8 @@ LONG CSizeStructFile::WriteStruct(const void* pData, int nSize) {
   const ULONG u = static_cast<ULONG>(nSize);
   const unsigned char prefix[kPrefixSize] = {static_cast<unsigned char>(u), static_cast<unsigned char>(u >> 8),
                                              static_cast<unsigned char>(u >> 16), static_cast<unsigned char>(u >> 24)};
-  m_pFile->Write(prefix, kPrefixSize);
-  if (nSize != 0) m_pFile->Write(pData, static_cast<UINT>(nSize));
+  write(prefix, kPrefixSize);
+  if (nSize != 0) write(pData, static_cast<UINT>(nSize));
   return S_OK;
 }
 

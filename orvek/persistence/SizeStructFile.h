@@ -22,9 +22,13 @@ class ORVEK_API CSizeStructFile {
   CSizeStructFile& operator=(const CSizeStructFile&) = delete;
 
   // Opens for reading (the header is checked: ERROR_END_OF_MEDIA, ERROR_IO_DEVICE
-  // or ERROR_INVALID_DATA) or, with bWrite, empties the file and writes the
-  // header. E_FAIL if it cannot be opened; ERROR_ALREADY_INITIALIZED while a
-  // file is held, also after a failed Init: Close comes first.
+  // or ERROR_INVALID_DATA) or, with bWrite, starts the file anew and writes
+  // the header. E_FAIL if it cannot be opened (also for a null name);
+  // ERROR_ALREADY_INITIALIZED while a file is held, also after a failed
+  // Init: Close comes first.
+  // A file written anew is made beside the old one and takes its place at
+  // Close, so the old file stays whole until then. A write error raises
+  // CFileException and drops the new file; the object then needs Close.
   LONG Init(const wchar_t* pFileName, int bWrite);
   void Close();
 
@@ -36,7 +40,8 @@ class ORVEK_API CSizeStructFile {
   // skips a record. ERROR_END_OF_MEDIA where the file ends before the prefix
   // or the whole record; ERROR_INVALID_DATA for a negative stored size.
   LONG ReadStruct(void* pData, int nSize);
-  // Appends a record; a write error raises CFileException.
+  // Appends a record; a write error raises CFileException (see Init).
+  // E_INVALIDARG for a negative nSize, E_POINTER for null data of nSize > 0.
   LONG WriteStruct(const void* pData, int nSize);
 
  protected:
@@ -52,4 +57,6 @@ class ORVEK_API CSizeStructFile {
   // Exactly nSize bytes, or ERROR_END_OF_MEDIA when fewer are left.
   static LONG Read(CFile* pFile, void* pData, int nSize);
   LONG checkReadable() const;
+  // Writes all bytes; on a failure drops the new file and rethrows.
+  void write(const void* pData, UINT nSize);
 };

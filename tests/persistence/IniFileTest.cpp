@@ -1,5 +1,12 @@
+#include <dlfcn.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <climits>
+#include <functional>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -7,9 +14,65 @@
 
 #include <orvek/frame/OrvekGlobals.h>
 #include <orvek/persistence/IniFile.h>
+#include <orvek/persistence/LogFile.h>
+#include <orvek/persistence/SizeStructFile.h>
 #include <orvek/platform/core/Kernel.h>
+#include <orvek/platform/core/Module.h>
 
 #include "Files.h"
+
+namespace {
+
+// Runs step in a child whose files cannot grow beyond limit bytes, as on a
+// full device (SIGXFSZ ignored, so write() fails with EFBIG). True when the
+// step raised the disk-full CFileException there.
+bool raisesOnFullDisk(const std::function<void()>& step, rlim_t limit = 4096) {
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    ::signal(SIGXFSZ, SIG_IGN);
+    const rlimit r{limit, limit};
+    int code = ::setrlimit(RLIMIT_FSIZE, &r) == 0 ? 1 : 4;
+    try {
+      if (code == 1) step();
+    } catch (const CFileException& e) {
+      code = e.m_cause == CFileException::diskFull ? 0 : 2;
+    } catch (...) {
+      code = 3;
+    }
+    ::_exit(code);
+  }
+  int status = -1;
+  ::waitpid(pid, &status, 0);
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+std::set<std::string> namesIn(const std::string& folder) {
+  std::set<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) names.insert(entry.path().filename());
+  return names;
+}
+
+// The child's part of ApplicationFolderAtAnyDepthAndInAnyBytes: this program,
+// linked into a deep folder, finds that folder and writes beside itself.
+int deepChild(const std::string& folder) {
+  int failed = 0;
+  if (OrvekGetApplicationFolder() != folder) failed |= 1;
+  if (COrvekGlobals::GetApplicationPath() != CStringW(folder.c_str())) failed |= 2;
+  CIniFile ini;
+  if (ini.Create("x.ini", 1, 1) != S_OK || ini.WriteString("S", "k", "v") != S_OK || ini.Close() != S_OK) failed |= 4;
+  Dl_info self{};
+  ::dladdr(reinterpret_cast<void*>(&deepChild), &self);
+  CLogFile log;
+  if (log.Init(L"x.log", L"T", self.dli_fbase) != S_OK) failed |= 8;
+  log.Close();
+  return failed;
+}
+const int kDeepChild = [] {
+  if (const char* folder = std::getenv("ORVEK_DEEP_FOLDER")) ::_exit(deepChild(folder));
+  return 0;
+}();
+
+}  // namespace
 
 TEST(IniFile, FindsSectionsAndKeys) {
   struct Case {
@@ -210,4 +273,157 @@ TEST(IniFile, LockedFileCopiesAndFullDisk) {
   ASSERT_EQ(0, ::unlink(path.c_str()));
   EXPECT_EQ(S_OK, a.Close());
   EXPECT_EQ("[S]\r\nk=a\r\n", readFile(path));
+}
+
+TEST(IniFile, FullDiskLeavesEveryOldFileWhole) {
+  ScratchDir dir;
+  const std::string path = dir / "params.ini", backup = dir / "Backup/params.ini.bak";
+  std::string text = "[S]\r\n", oldBackup = "[S]\r\n", records;
+  for (int i = 0; i < 2000; ++i) text += "k" + std::to_string(i) + "=" + std::to_string(i * 7) + "\r\n";
+  for (int i = 0; i < 1000; ++i) oldBackup += "old" + std::to_string(i) + "=1\r\n";
+  ASSERT_GT(oldBackup.size(), 8192u);
+  writeFile(path, text);
+  ASSERT_EQ(0, ::mkdir((dir / "Backup").c_str(), 0777));
+  writeFile(backup, oldBackup);
+  writeFile(dir / "s.bin", std::string("SizeStructFile\0", 15) + std::string(9000, 's'));
+  writeFile(dir / "whole.bin", std::string(9000, 'w'));
+  const std::string big(20000, 'n');
+  CIniFile grown;
+  ASSERT_EQ(S_OK, grown.Create(path.c_str(), 1, 0));
+  ASSERT_EQ(S_OK, grown.WriteString("S", "big", big.c_str()));
+
+  const struct {
+    const char* what;
+    std::function<void()> step;
+  } cases[] = {
+      {"backup at Create", [&] { CIniFile().Create(path.c_str(), 1, 1); }},
+      {"file at Close", [&] { grown.Close(); }},
+      {"structure file", [&] {
+         CSizeStructFile file;
+         file.Init(wide(dir / "s.bin"), 1);
+         file.WriteStruct(big.data(), static_cast<int>(big.size()));
+       }},
+      {"whole-file write", [&] { COrvekGlobals::WriteToFile((dir / "whole.bin").c_str(), big.data(), 20000, 0); }},
+  };
+  for (const auto& c : cases) EXPECT_TRUE(raisesOnFullDisk(c.step)) << c.what;
+  // Each old file is there byte for byte, and nothing was left beside it.
+  EXPECT_TRUE(text == readFile(path));
+  EXPECT_TRUE(oldBackup == readFile(backup));
+  EXPECT_TRUE(std::string("SizeStructFile\0", 15) + std::string(9000, 's') == readFile(dir / "s.bin"));
+  EXPECT_TRUE(std::string(9000, 'w') == readFile(dir / "whole.bin"));
+  EXPECT_EQ((std::set<std::string>{"Backup", "params.ini", "s.bin", "whole.bin"}), namesIn(dir.path()));
+  EXPECT_EQ(std::set<std::string>{"params.ini.bak"}, namesIn(dir / "Backup"));
+
+  // With room enough the same writes go through.
+  EXPECT_EQ(S_OK, grown.Close());
+  EXPECT_TRUE(readFile(path) == text + "big=" + big + "\r\n");
+  ASSERT_EQ(S_OK, CIniFile().Create(path.c_str(), 0, 1));
+  EXPECT_TRUE(readFile(path) == readFile(backup));
+  EXPECT_EQ((std::set<std::string>{"Backup", "params.ini", "s.bin", "whole.bin"}), namesIn(dir.path()));
+}
+
+TEST(IniFile, ApplicationFolderAtAnyDepthAndInAnyBytes) {
+  ScratchDir dir;
+  // A folder named in Latin-1 bytes, which are no UTF-8, deep below.
+  std::string deep = dir.path() + "/caf\xe9";
+  while (deep.size() < 360) deep += "/a-folder-of-a-deep-tree";
+  std::filesystem::create_directories(deep);
+  deep += '/';
+  ASSERT_GT(deep.size(), 300u);
+  char self[PATH_MAX] = {};
+  ASSERT_GT(::readlink("/proc/self/exe", self, sizeof self - 1), 0);
+  const std::string program = deep + "test_persistence";
+  if (::link(self, program.c_str()) != 0) std::filesystem::copy_file(self, program);
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    ::setenv("ORVEK_DEEP_FOLDER", deep.c_str(), 1);
+    if (::chdir(dir.path().c_str()) == 0) ::execl(program.c_str(), program.c_str(), static_cast<char*>(nullptr));
+    ::_exit(127);
+  }
+  int status = -1;
+  ASSERT_EQ(pid, ::waitpid(pid, &status, 0));
+  EXPECT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(0, WEXITSTATUS(status));
+  EXPECT_EQ("[S]\r\nk=v\r\n", readFile(deep + "x.ini"));
+  EXPECT_EQ(0, ::access((deep + "Backup").c_str(), F_OK));
+  EXPECT_EQ(0u, readFile(deep + "x.log").find("T\r\nModule path:\t"));
+
+  // Narrow names reach the system as the bytes given.
+  const std::string latin = dir.path() + "/caf\xe9/\xe9t\xe9.ini";
+  for (int pass = 0; pass < 2; ++pass) {
+    CIniFile ini;
+    ASSERT_EQ(S_OK, ini.Create(latin.c_str(), 1, 1));
+    EXPECT_EQ(S_OK, ini.WriteString("S", "k", "\xe9"));
+    EXPECT_EQ(S_OK, ini.Close());
+  }
+  EXPECT_EQ("[S]\r\nk=\xe9\r\n", readFile(latin));
+  EXPECT_EQ(readFile(latin), readFile(dir.path() + "/caf\xe9/Backup/\xe9t\xe9.ini.bak"));
+  const std::string bin = dir.path() + "/caf\xe9/\xe9.bin";
+  EXPECT_EQ(S_OK, COrvekGlobals::WriteToFile(bin.c_str(), "abc", 3, 0));
+  EXPECT_EQ(S_OK, COrvekGlobals::WriteToFile(bin.c_str(), "d", 1, 1));
+  char buffer[8] = {};
+  int size = sizeof buffer;
+  EXPECT_EQ(1, COrvekGlobals::ReadFromFile(bin.c_str(), buffer, &size));
+  EXPECT_EQ("abcd", std::string(buffer, static_cast<std::size_t>(size)));
+}
+
+TEST(Persistence, HostileArgumentsGiveResults) {
+  ScratchDir dir;
+  writeFile(dir / "h.ini", "[S]\r\nk=12\r\n");
+  CIniFile ini;
+  ASSERT_EQ(S_OK, ini.Create((dir / "h.ini").c_str(), 1, 0));
+  CSizeStructFile closed, empty;
+  writeFile(dir / "h.bin", std::string("SizeStructFile\0", 15));
+  ASSERT_EQ(S_OK, empty.Init(wide(dir / "h.bin"), 0));
+  CLogFile log;
+  char buffer[4] = {'x', 'x', 'x', 'x'};
+  wchar_t wbuffer[4] = {};
+  int value = 0, size = -5;
+  CStringW text;
+  CStringW hugeWidth(L"n%999999999d"), overflowWidth(L"n%2147483648d");
+  const struct {
+    const char* what;
+    std::function<LONG()> call;
+    LONG expected;
+  } cases[] = {
+      {"Create null", [&] { return CIniFile().Create(static_cast<const char*>(nullptr), 1, 1); }, E_POINTER},
+      {"Create null wide", [&] { return CIniFile().Create(static_cast<const wchar_t*>(nullptr), 1, 1); }, E_POINTER},
+      {"ReadParam null value", [&] { return ini.ReadParam("S", "k", static_cast<int*>(nullptr)); }, E_POINTER},
+      {"ReadParam null names", [&] { return ini.ReadParam(static_cast<const char*>(nullptr), nullptr, &value); },
+       E_POINTER},
+      {"ReadParam null format", [&] { return ini.ReadParam("S", "k", nullptr, &value); }, E_POINTER},
+      {"ReadParam string format", [&] { return ini.ReadParam("S", "k", "%s", buffer); }, E_INVALIDARG},
+      {"WriteParam null value", [&] { return ini.WriteParam("S", "k", static_cast<const int*>(nullptr)); }, E_POINTER},
+      {"ReadString null", [&] { return ini.ReadString("S", nullptr, &text); }, E_POINTER},
+      {"ReadString negative", [&] { return ini.ReadString("S", "k", buffer, INT_MIN); }, E_FAIL},
+      {"ReadString wide negative", [&] { return ini.ReadString(L"S", L"k", wbuffer, -1); }, E_FAIL},
+      {"ReadString wide null", [&] { return ini.ReadString(L"S", L"k", static_cast<wchar_t*>(nullptr), 4); },
+       E_POINTER},
+      {"WriteString null", [&] { return ini.WriteString("S", "k", static_cast<const char*>(nullptr)); }, E_POINTER},
+      {"Init null name", [&] { return CSizeStructFile().Init(nullptr, 1); }, E_FAIL},
+      {"ReadStruct negative", [&] { return empty.ReadStruct(buffer, -1); }, E_INVALIDARG},
+      {"ReadStruct closed", [&] { return closed.ReadStruct(buffer, INT_MAX); }, E_PENDING},
+      {"WriteStruct closed", [&] { return closed.WriteStruct(nullptr, -1); }, E_POINTER},
+      {"size null", [&] { return empty.GetCurStructSize(nullptr); }, E_POINTER},
+      {"log null name", [&] { return log.Init(nullptr, L"T", OrvekGetModuleHandle()); }, E_FAIL},
+      {"log null text", [&] { return log.AddString(nullptr); }, E_PENDING},
+      {"read null size", [&] { return LONG(COrvekGlobals::ReadFromFile((dir / "h.ini").c_str(), buffer, nullptr)); },
+       0},
+      {"read negative size", [&] { return LONG(COrvekGlobals::ReadFromFile((dir / "h.ini").c_str(), buffer, &size)); },
+       1},
+      {"write negative", [&] { return COrvekGlobals::WriteToFile((dir / "w").c_str(), "x", INT_MIN, 0); }, E_FAIL},
+      {"search huge step", [&] {
+         return COrvekGlobals::FindByteSequence(reinterpret_cast<const unsigned char*>("ab"), 2,
+                                                reinterpret_cast<const unsigned char*>("b"), 1, &value, INT_MAX);
+       }, E_FAIL},
+      {"index huge width", [&] { return COrvekGlobals::GetNewIndexFileName(&hugeWidth, &text, 1); }, E_FAIL},
+      {"index width overflow", [&] { return COrvekGlobals::GetNewIndexFileName(&overflowWidth, &text, 1); }, E_FAIL},
+      {"index null", [&] { return COrvekGlobals::GetNewIndexFileName(nullptr, nullptr, INT_MAX); }, E_POINTER},
+      {"file info null", [&] { return COrvekGlobals::GetFileInfo(nullptr, nullptr); }, E_FAIL},
+      {"text nulls", [&] { return COrvekGlobals::UnicodeToANSI(nullptr, nullptr); }, S_OK},
+  };
+  for (const auto& c : cases) EXPECT_EQ(c.expected, c.call()) << c.what;
+  EXPECT_EQ(0, size);  // a negative size reads nothing
+  EXPECT_EQ('x', buffer[0]);
+  EXPECT_EQ(0, COrvekGlobals::CompareLists<int>(nullptr, nullptr));
 }

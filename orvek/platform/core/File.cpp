@@ -5,23 +5,32 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <cwchar>
 
 namespace {
 constexpr LONG ERROR_SHARING_VIOLATION = 32;
 
-CStringW absolutePath(const wchar_t* name) {
-  const std::string narrow = WideToUtf8(name, std::wcslen(name));
-  if (!narrow.empty() && narrow[0] == '/') return CStringW(name);
-  char cwd[PATH_MAX];
-  if (!::getcwd(cwd, sizeof cwd)) return CStringW(name);
-  std::string full(cwd);
-  if (full.empty() || full.back() != '/') full += '/';
-  full += narrow;
+// The absolute path for GetFilePath; the current folder at any length.
+CStringW absolutePath(const char* path) {
+  std::string full;
+  if (path[0] != '/') {
+    char* cwd = ::getcwd(nullptr, 0);
+    if (cwd) {
+      full = cwd;
+      std::free(cwd);
+      if (full.empty() || full.back() != '/') full += '/';
+    }
+  }
+  full += path;
   return CStringW(full.c_str());
 }
+
+std::atomic<unsigned> g_replacements{0};
+
 }  // namespace
 
 CFileException::CFileException(int cause, LONG osError, const wchar_t* fileName)
@@ -67,10 +76,15 @@ CFile::CFile(const wchar_t* fileName, UINT openFlags) : m_hFile(hFileNull) {
 CFile::~CFile() { Abort(); }
 
 BOOL CFile::Open(const char* fileName, UINT openFlags, CFileException* error) {
-  return Open(fileName ? CStringW(fileName).GetString() : nullptr, openFlags, error);
+  return open(fileName, fileName ? CStringW(fileName).GetString() : nullptr, openFlags, error);
 }
 
 BOOL CFile::Open(const wchar_t* fileName, UINT openFlags, CFileException* error) {
+  if (!fileName) return open(nullptr, nullptr, openFlags, error);
+  return open(WideToUtf8(fileName, std::wcslen(fileName)).c_str(), fileName, openFlags, error);
+}
+
+BOOL CFile::open(const char* path, const wchar_t* fileName, UINT openFlags, CFileException* error) {
   auto fail = [&](int err) {
     if (error) {
       error->m_cause = err == EWOULDBLOCK ? CFileException::sharingViolation : CFileException::ErrnoToCause(err);
@@ -80,8 +94,18 @@ BOOL CFile::Open(const wchar_t* fileName, UINT openFlags, CFileException* error)
     return FALSE;
   };
   if (IsOpen()) Abort();
-  if (!fileName || !*fileName) return fail(ENOENT);
-  const std::string path = WideToUtf8(fileName, std::wcslen(fileName));
+  if (!path || !*path) return fail(ENOENT);
+  if ((openFlags & modeReplace) && (openFlags & modeCreate) && (openFlags & (modeWrite | modeReadWrite)) &&
+      !(openFlags & modeNoTruncate)) {
+    int err = 0;
+    const int fd = openReplacement(path, &err);
+    if (err) return fail(err);
+    if (fd >= 0) {
+      m_hFile = fd;
+      m_strFilePath = absolutePath(path);
+      return TRUE;
+    }
+  }
   int flags = O_CLOEXEC;
   if (openFlags & modeReadWrite) flags |= O_RDWR;
   else if (openFlags & modeWrite) flags |= O_WRONLY;
@@ -89,7 +113,7 @@ BOOL CFile::Open(const wchar_t* fileName, UINT openFlags, CFileException* error)
   if (openFlags & modeCreate) flags |= O_CREAT;
   // Truncation waits until the lock is held, so a refused open never empties
   // a file that someone else has open.
-  const int fd = ::open(path.c_str(), flags, 0666);
+  const int fd = ::open(path, flags, 0666);
   if (fd < 0) return fail(errno);
   struct stat st {};
   if (::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
@@ -109,8 +133,72 @@ BOOL CFile::Open(const wchar_t* fileName, UINT openFlags, CFileException* error)
     return fail(err);
   }
   m_hFile = fd;
-  m_strFilePath = absolutePath(fileName);
+  m_strFilePath = absolutePath(path);
   return TRUE;
+}
+
+int CFile::openReplacement(const std::string& path, int* errnoValue) {
+  // A link is followed, so that the file behind it is replaced and the link stays.
+  std::string target = path;
+  struct stat st {};
+  if (::lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode)) {
+    char* real = ::realpath(path.c_str(), nullptr);
+    if (!real) return -1;  // a dangling link: created through it in place
+    target = real;
+    std::free(real);
+  }
+  const bool exists = ::stat(target.c_str(), &st) == 0;
+  if (exists && !S_ISREG(st.st_mode)) return -1;
+  // The old file is locked as an open of it would be: a holder refuses the
+  // replacement, and the replacement refuses others until it is in place.
+  int lock = hFileNull;
+  if (exists) {
+    lock = ::open(target.c_str(), O_RDONLY | O_CLOEXEC);
+    if (lock < 0) lock = ::open(target.c_str(), O_WRONLY | O_CLOEXEC);
+    if (lock < 0) {
+      *errnoValue = errno;
+      return -1;
+    }
+    if (::flock(lock, LOCK_EX | LOCK_NB) != 0) {
+      *errnoValue = errno;
+      ::close(lock);
+      return -1;
+    }
+  }
+  const std::size_t slash = target.rfind('/');
+  const std::string folder = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
+  const std::string base = slash == std::string::npos ? target : target.substr(slash + 1);
+  std::string temp;
+  int fd = -1;
+  for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
+    temp = folder + "." + base + "." + std::to_string(::getpid()) + "-" +
+           std::to_string(g_replacements.fetch_add(1, std::memory_order_relaxed)) + ".tmp";
+    fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd < 0 && errno != EEXIST) break;
+  }
+  if (fd < 0) {
+    // No file can be made in the folder (a read-only folder, a name too long
+    // for a prefix): the file is written in place as before.
+    if (lock >= 0) ::close(lock);
+    return -1;
+  }
+  if (exists) {
+    // The new file takes the old one's permissions and, where allowed, owner.
+    [[maybe_unused]] const int owned = ::fchown(fd, st.st_uid, st.st_gid);
+    ::fchmod(fd, st.st_mode & 07777);
+  }
+  m_hTarget = lock;
+  m_strTemp = temp;
+  m_strTarget = target;
+  return fd;
+}
+
+void CFile::dropReplacement() {
+  if (!m_strTemp.empty()) ::unlink(m_strTemp.c_str());
+  if (m_hTarget != hFileNull) ::close(m_hTarget);
+  m_hTarget = hFileNull;
+  m_strTemp.clear();
+  m_strTarget.clear();
 }
 
 void CFile::raise(int errnoValue) const {
@@ -188,13 +276,26 @@ void CFile::Close() {
   if (!IsOpen()) return;
   const int fd = m_hFile;
   m_hFile = hFileNull;
-  if (::close(fd) != 0 && errno != EINTR) raise(errno);
+  if (m_strTemp.empty()) {
+    if (::close(fd) != 0 && errno != EINTR) raise(errno);
+    return;
+  }
+  // The new bytes are on the device before the name points to them, so
+  // that no crash leaves a file that is only a part of either.
+  int err = 0;
+  if (::fdatasync(fd) != 0 && errno != EINVAL && errno != EROFS) err = errno;
+  if (::close(fd) != 0 && errno != EINTR && !err) err = errno;
+  if (!err && ::rename(m_strTemp.c_str(), m_strTarget.c_str()) != 0) err = errno;
+  if (!err) m_strTemp.clear();
+  dropReplacement();
+  if (err) raise(err);
 }
 
 void CFile::Abort() {
   if (!IsOpen()) return;
   ::close(m_hFile);
   m_hFile = hFileNull;
+  dropReplacement();
 }
 
 CStringW CFile::GetFileName() const {

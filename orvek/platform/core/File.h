@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include <orvek/platform/core/Strings.h>
 #include <orvek/platform/core/Sync.h>
 
@@ -45,6 +47,12 @@ class ORVEK_API CFile {
     modeReadWrite = 0x0002,
     modeCreate = 0x1000,
     modeNoTruncate = 0x2000,
+    // With modeCreate | modeWrite: the bytes go to a new file beside the
+    // target, which Close renames into its place, so that a failure leaves
+    // the old file whole. Abort and the destructor drop the new bytes. The
+    // target stays locked meanwhile. A target that is no regular file (a
+    // device), or a folder where no file can be made, is written in place.
+    modeReplace = 0x100000,
   };
   enum SeekPosition : UINT { begin = 0, current = 1, end = 2 };
   static constexpr int hFileNull = -1;
@@ -57,6 +65,8 @@ class ORVEK_API CFile {
   CFile& operator=(const CFile&) = delete;
 
   // A failure fills *error when given and returns FALSE; it never throws.
+  // A wide name is converted to UTF-8; a narrow name reaches the system as
+  // the bytes given, also when they are not UTF-8.
   virtual BOOL Open(const wchar_t* fileName, UINT openFlags, CFileException* error = nullptr);
   BOOL Open(const char* fileName, UINT openFlags, CFileException* error = nullptr);
   // Reads up to count bytes; fewer at the end of the file. Throws on an I/O error.
@@ -70,9 +80,10 @@ class ORVEK_API CFile {
   virtual ULONGLONG GetPosition() const;
   virtual void SetLength(ULONGLONG length);
   virtual void Flush();
-  // Closes; throws if the system reports a failure on close.
+  // Closes; throws if the system reports a failure on close. With
+  // modeReplace this puts the new file in place, or throws and keeps the old.
   virtual void Close();
-  // Closes and never throws.
+  // Closes and never throws; a replacement not yet closed is dropped.
   void Abort();
   bool IsOpen() const { return m_hFile != hFileNull; }
   CStringW GetFilePath() const { return m_strFilePath; }
@@ -82,5 +93,12 @@ class ORVEK_API CFile {
 
  private:
   [[noreturn]] void raise(int errnoValue) const;
+  BOOL open(const char* path, const wchar_t* name, UINT openFlags, CFileException* error);
+  // Starts a replacement of path; -1 when it is to be written in place.
+  int openReplacement(const std::string& path, int* errnoValue);
+  void dropReplacement();
   CStringW m_strFilePath;
+  int m_hTarget = hFileNull;  // the replaced file, locked until Close
+  std::string m_strTemp;      // the new file beside it while replacing
+  std::string m_strTarget;
 };

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <cwchar>
 #include <map>
@@ -37,10 +38,25 @@ DWORD errnoToError(int e) {
 
 std::string narrow(const wchar_t* s) { return s ? WideToUtf8(s, std::wcslen(s)) : std::string(); }
 
-std::string executablePath() {
-  char buf[PATH_MAX];
-  const ssize_t n = ::readlink("/proc/self/exe", buf, sizeof buf - 1);
-  return n > 0 ? std::string(buf, static_cast<std::size_t>(n)) : std::string();
+// The target of a link at its full length: the buffer grows until it holds it.
+std::string readLink(const char* link) {
+  std::string buf(256, '\0');
+  for (;;) {
+    const ssize_t n = ::readlink(link, &buf[0], buf.size());
+    if (n <= 0) return std::string();
+    if (static_cast<std::size_t>(n) < buf.size()) return buf.substr(0, static_cast<std::size_t>(n));
+    buf.resize(buf.size() * 2);
+  }
+}
+
+std::string executablePath() { return readLink("/proc/self/exe"); }
+
+std::string realPath(const std::string& path) {
+  char* real = ::realpath(path.c_str(), nullptr);
+  if (!real) return path;
+  std::string out(real);
+  std::free(real);
+  return out;
 }
 
 std::string modulePath(HINSTANCE module) {
@@ -66,9 +82,7 @@ std::string modulePath(HINSTANCE module) {
         return 0;
       },
       &search);
-  if (search.path.empty()) return search.path;
-  char real[PATH_MAX];
-  return ::realpath(search.path.c_str(), real) ? std::string(real) : search.path;
+  return search.path.empty() ? search.path : realPath(search.path);
 }
 
 struct VersionBlock {
@@ -100,11 +114,9 @@ tagVS_FIXEDFILEINFO makeFixed(WORD a, WORD b, WORD c, WORD d) {
   return f;
 }
 
-bool lookupVersion(const wchar_t* fileName, tagVS_FIXEDFILEINFO* out) {
+bool lookupVersion(const char* fileName, tagVS_FIXEDFILEINFO* out) {
   if (!fileName) return false;
-  std::string path = narrow(fileName);
-  char real[PATH_MAX];
-  if (::realpath(path.c_str(), real)) path = real;
+  const std::string path = realPath(fileName);
   if (path == modulePath(OrvekGetModuleHandle())) {
 #if defined(ORVEK_VERSION_MAJOR)
     *out = makeFixed(ORVEK_VERSION_MAJOR, ORVEK_VERSION_MINOR, ORVEK_VERSION_PATCH, 0);
@@ -147,6 +159,13 @@ DWORD GetModuleFileNameW(HINSTANCE module, wchar_t* buffer, DWORD size) {
   return static_cast<DWORD>(wide.size());
 }
 
+std::string OrvekGetModuleFileName(HINSTANCE module) { return modulePath(module); }
+
+std::string OrvekGetApplicationFolder() {
+  const std::string path = executablePath();
+  return path.substr(0, path.rfind('/') + 1);
+}
+
 HINSTANCE OrvekGetModuleHandle() {
   Dl_info info{};
   if (!dladdr(reinterpret_cast<void*>(&OrvekGetModuleHandle), &info)) return nullptr;
@@ -158,7 +177,15 @@ BOOL SetCurrentDirectoryW(const wchar_t* path) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;
   }
-  if (::chdir(narrow(path).c_str()) != 0) {
+  return SetCurrentDirectoryA(narrow(path).c_str());
+}
+
+BOOL SetCurrentDirectoryA(const char* path) {
+  if (!path || !*path) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  if (::chdir(path) != 0) {
     SetLastError(errnoToError(errno));
     return FALSE;
   }
@@ -166,20 +193,29 @@ BOOL SetCurrentDirectoryW(const wchar_t* path) {
 }
 
 DWORD GetCurrentDirectoryW(DWORD size, wchar_t* buffer) {
-  char cwd[PATH_MAX];
-  if (!::getcwd(cwd, sizeof cwd)) return 0;
+  char* cwd = ::getcwd(nullptr, 0);
+  if (!cwd) return 0;
   const std::wstring wide = Utf8ToWide(cwd, std::strlen(cwd));
+  std::free(cwd);
   if (!buffer || wide.size() + 1 > size) return static_cast<DWORD>(wide.size() + 1);
   std::wmemcpy(buffer, wide.c_str(), wide.size() + 1);
   return static_cast<DWORD>(wide.size());
 }
 
-BOOL CreateDirectoryW(const wchar_t* path, void*) {
+BOOL CreateDirectoryW(const wchar_t* path, void* security) {
   if (!path || !*path) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;
   }
-  if (::mkdir(narrow(path).c_str(), 0777) != 0) {
+  return CreateDirectoryA(narrow(path).c_str(), security);
+}
+
+BOOL CreateDirectoryA(const char* path, void*) {
+  if (!path || !*path) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  if (::mkdir(path, 0777) != 0) {
     SetLastError(errnoToError(errno));
     return FALSE;
   }
@@ -253,6 +289,14 @@ BOOL OrvekRegisterModuleVersion(HINSTANCE module, WORD major, WORD minor, WORD b
 }
 
 DWORD GetFileVersionInfoSizeW(const wchar_t* fileName, DWORD* handle) {
+  return GetFileVersionInfoSizeA(fileName ? narrow(fileName).c_str() : nullptr, handle);
+}
+
+BOOL GetFileVersionInfoW(const wchar_t* fileName, DWORD handle, DWORD size, void* data) {
+  return GetFileVersionInfoA(fileName ? narrow(fileName).c_str() : nullptr, handle, size, data);
+}
+
+DWORD GetFileVersionInfoSizeA(const char* fileName, DWORD* handle) {
   if (handle) *handle = 0;
   tagVS_FIXEDFILEINFO f;
   if (!lookupVersion(fileName, &f)) {
@@ -262,7 +306,7 @@ DWORD GetFileVersionInfoSizeW(const wchar_t* fileName, DWORD* handle) {
   return sizeof(VersionBlock);
 }
 
-BOOL GetFileVersionInfoW(const wchar_t* fileName, DWORD, DWORD size, void* data) {
+BOOL GetFileVersionInfoA(const char* fileName, DWORD, DWORD size, void* data) {
   tagVS_FIXEDFILEINFO f;
   if (!data || size < sizeof(VersionBlock) || !lookupVersion(fileName, &f)) {
     SetLastError(ERROR_RESOURCE_TYPE_NOT_FOUND);

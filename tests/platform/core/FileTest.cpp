@@ -3,10 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -98,6 +100,41 @@ TEST_F(FileTest, ReadWriteSeekAndLength) {
   ASSERT_TRUE(f.Open(path("gr\xc3\xbc\xc3\x9f.txt").c_str(), CFile::modeCreate | CFile::modeWrite));
   f.Close();
   EXPECT_EQ(::access((dir_ + "/gr\xc3\xbc\xc3\x9f.txt").c_str(), F_OK), 0);
+}
+
+TEST_F(FileTest, ReplaceKeepsTheOldFileUntilClose) {
+  const std::string p = path("kept.txt"), link = path("link.txt");
+  put(p, "old");
+  ASSERT_EQ(::chmod(p.c_str(), 0640), 0);
+  ASSERT_EQ(::symlink(p.c_str(), link.c_str()), 0);
+  const UINT replace = CFile::modeCreate | CFile::modeWrite | CFile::modeReplace;
+  CFile f;
+  ASSERT_TRUE(f.Open(link.c_str(), replace));
+  f.Write("new", 3);
+  EXPECT_EQ(contents(p), "old");
+  CFile other;
+  CFileException e;
+  EXPECT_FALSE(other.Open(p.c_str(), CFile::modeRead, &e));  // held as any open holds it
+  EXPECT_EQ(e.m_cause, CFileException::sharingViolation);
+  f.Close();
+  // The file behind the link got the bytes and kept its mode; the link stays.
+  EXPECT_EQ(contents(p), "new");
+  struct stat st {};
+  ASSERT_EQ(::lstat(link.c_str(), &st), 0);
+  EXPECT_TRUE(S_ISLNK(st.st_mode));
+  ASSERT_EQ(::stat(p.c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 07777, 0640u);
+  // Abort, as the destructor after a failed write, drops the new bytes.
+  ASSERT_TRUE(f.Open(p.c_str(), replace));
+  f.Write("lost", 4);
+  f.Abort();
+  EXPECT_EQ(contents(p), "new");
+  ASSERT_TRUE(f.Open(path("fresh.txt").c_str(), replace));
+  f.Write("x", 1);
+  f.Close();
+  EXPECT_EQ(contents(path("fresh.txt")), "x");
+  const auto entries = std::distance(std::filesystem::directory_iterator(dir_), std::filesystem::directory_iterator());
+  EXPECT_EQ(entries, 3);  // kept, link and fresh: nothing left beside them
 }
 
 TEST_F(FileTest, FailuresGiveCausesAndNeverThrowFromOpen) {
