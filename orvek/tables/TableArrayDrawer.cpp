@@ -38,6 +38,9 @@ int CellsHeight(CTableDrawer* t, int columns, int line, int* cellWidths) {
   return h;
 }
 
+// A negative count of lines is a table without lines.
+int LineCount(CTableDrawer* t) { return t ? std::max(0, t->GetLineCount()) : 0; }
+
 // The height of a line as GetMaxItemHeight gives it. A name line is measured
 // in column 0 for its width (nameWidth) and in every column for its height;
 // the cells of other lines give their widths to cellWidths.
@@ -51,7 +54,10 @@ int MeasureLine(CTableDrawer* t, int line, int columns, int* cellWidths, int* na
     if (nameWidth) *nameWidth = size.cx;
     cellWidths = nullptr;
   }
-  if (line >= t->GetLineCount()) return 0;
+  if (line >= LineCount(t)) {
+    if (cellWidths) std::fill(cellWidths, cellWidths + columns, 0);  // never a width left from another table
+    return 0;
+  }
   return std::max(h, CellsHeight(t, columns, line, cellWidths));
 }
 
@@ -140,7 +146,7 @@ void PlanColumn(const TableList& tables, ColumnPlan* plan, int* pTable, int* pLi
   for (;;) {
     Run& run = plan->runs.back();
     t = tables[static_cast<std::size_t>(*pTable)];
-    const int lines = t ? t->GetLineCount() : 0;
+    const int lines = LineCount(t);
     plan->cells.resize(static_cast<std::size_t>(run.columns));
     int* widths = plan->widths.data() + run.widths;
     // The test for the end of a table comes first, so that a table without

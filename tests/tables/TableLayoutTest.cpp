@@ -310,3 +310,22 @@ TEST(TableArrayLayout, RandomLayoutsKeepTheirPromises) {
     }
   }
 }
+
+// Counts out of range: a negative count of lines or columns is none, and no
+// table ever takes the widths of another.
+TEST(TableArrayLayout, HostileCountsGetADefinedLayout) {
+  FixedTable full(2, {30}), negative(-3, {50, 70});
+  struct NegativeColumns : FixedTable {
+    NegativeColumns() : FixedTable(4, {20}) { m_nColumnCount = -2; }
+  } noColumns;
+  TestArray a;
+  a.SetPage(300, 300);
+  a.m_Tables = {&full, &negative, &noColumns, nullptr, &full};
+  EXPECT_EQ(a.Layout(), 1);
+  const auto* header = a.Find(0, 1, CTableDrawer::LINE_HEADER, 1);
+  ASSERT_NE(header, nullptr);
+  EXPECT_EQ(header->rcItem.right - header->rcItem.left, 70);  // its own title width
+  EXPECT_EQ(a.GetMaxItemHeight(1, CTableDrawer::LINE_HEADER), 12);
+  EXPECT_EQ(a.GetMaxItemHeight(2, 0), 0);
+  EXPECT_EQ(a.GetMaxItemHeight(-1, 0), 0);
+}

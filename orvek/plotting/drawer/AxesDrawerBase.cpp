@@ -2,10 +2,27 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <limits>
 
 #include <orvek/platform/core/Rect.h>
 
 namespace {
+
+constexpr std::int64_t kFar = std::int64_t{1} << 29;
+
+int Wrap(std::int64_t v) { return static_cast<int>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(v))); }
+
+// double to float, beyond the float range the infinity a cast gives in
+// practice (the cast itself is undefined there).
+float ToFloat(double v) {
+  // The greatest float plus half its last unit: from there on a cast rounds
+  // to infinity.
+  const double limit = static_cast<double>(std::numeric_limits<float>::max()) + std::ldexp(1.0, 103);
+  if (v >= limit) return std::numeric_limits<float>::infinity();
+  if (v <= -limit) return -std::numeric_limits<float>::infinity();
+  return static_cast<float>(v);
+}
 
 // Truncation toward zero that saturates instead of overflowing; NaN gives 0.
 int TruncToInt(float v) {
@@ -38,14 +55,17 @@ std::vector<float> GridValues(float first, float step, float max, bool skipZero)
 
 }  // namespace
 
+// Sums in 64 bits, wrapped to 32 as the 32-bit original's would be.
 int CAxesDrawerBase::GetX(tagRECT rect, float min, float max, float value) {
   const float t = (value - min) / (max - min);
-  return rect.left + TruncToInt(t * static_cast<float>(rect.right - rect.left - 1) + 0.5f);
+  const std::int64_t width = static_cast<std::int64_t>(rect.right) - rect.left - 1;
+  return Wrap(rect.left + static_cast<std::int64_t>(TruncToInt(t * static_cast<float>(width) + 0.5f)));
 }
 
 int CAxesDrawerBase::GetY(tagRECT rect, float min, float max, float value) {
   const float t = (value - min) / (max - min);
-  return rect.bottom - TruncToInt(t * static_cast<float>(rect.bottom - rect.top - 1) + 0.5f) - 1;
+  const std::int64_t height = static_cast<std::int64_t>(rect.bottom) - rect.top - 1;
+  return Wrap(rect.bottom - static_cast<std::int64_t>(TruncToInt(t * static_cast<float>(height) + 0.5f)) - 1);
 }
 
 void CAxesDrawerBase::DrawGrid(int, int, int, int) {}
@@ -87,9 +107,9 @@ void CAxesDrawerBase::GetGridStep(float min, float, float minStep, float* first,
       power = std::pow(10.0, ++e);
     }
   }
-  *step = static_cast<float>(power * kTable[i]);
+  *step = ToFloat(power * kTable[i]);
   const float q = min / *step;
-  *first = static_cast<float>(std::floor(static_cast<double>(q)) * static_cast<double>(*step));
+  *first = ToFloat(std::floor(static_cast<double>(q)) * static_cast<double>(*step));
 }
 
 void CAxesDrawerBase::FormatGridCaptionExp(CStringW* caption, float value, float step) {
@@ -150,13 +170,22 @@ void CAxesDrawerBase::DrawAxes2(tagRECT rect, wchar_t const* name, float xMin, f
 void CAxesDrawerBase::DrawAxesIn(tagRECT rectIn, wchar_t const* name, float xMin, float xMax, int xDiv,
                                  wchar_t const* xName, float yMin, float yMax, int yDiv, wchar_t const* yName,
                                  int bKeepMovedCaptions, int bYCaptionsRight) {
-  const tagRECT rect = rectIn;
+  // Coordinates stay within 2^29, so that no sum or difference of two overflows;
+  // beyond that no surface has pixels anyway.
+  const auto near = [](std::int64_t v) { return static_cast<LONG>(std::clamp<std::int64_t>(v, -kFar, kFar)); };
+  const tagRECT rect = {near(rectIn.left), near(rectIn.top), near(rectIn.right), near(rectIn.bottom)};
   tagRECT bounds = rect;
   std::vector<tagRECT> used;
   CStringW caption;
   tagRECT textRect = {0, 0, 0, 0};
-  xDiv = std::max(xDiv, 1);
-  yDiv = std::max(yDiv, 1);
+  // At least one cell, and no cell narrower than kMinCellPixels: a finer
+  // grid is a grey blur whose captions only pile up.
+  const auto cap = [](int div, std::int64_t pixels) {
+    const std::int64_t most = std::max<std::int64_t>(pixels / kMinCellPixels, 1);
+    return static_cast<int>(std::clamp<std::int64_t>(div, 1, most));
+  };
+  xDiv = cap(xDiv, static_cast<std::int64_t>(rect.right) - rect.left);
+  yDiv = cap(yDiv, static_cast<std::int64_t>(rect.bottom) - rect.top);
 
   const float xRange = xMax - xMin, yRange = yMax - yMin;
   float xFirst = 0, xStep = 0, yFirst = 0, yStep = 0;

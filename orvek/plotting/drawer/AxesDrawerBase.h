@@ -13,6 +13,11 @@
 class ORVEK_API CAxesDrawerBase {
  public:
   enum eAxis { eAxisX = 0, eAxisY = 1 };
+  // DrawAxesIn takes xDiv and yDiv as at least 1 and at most the plot's width
+  // (height) in pixels divided by this, so that a grid cell is never narrower
+  // than 20 pixels. The bound keeps a rebuild of the axes within a few
+  // milliseconds whatever count the host asks for.
+  static constexpr int kMinCellPixels = 20;
 
   CAxesDrawerBase() = default;
   CAxesDrawerBase(const CAxesDrawerBase&) = default;

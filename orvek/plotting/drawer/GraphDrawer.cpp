@@ -4,7 +4,9 @@
 #include <cmath>
 #include <cstdint>
 #include <cwchar>
+#include <limits>
 #include <memory>
+#include <mutex>
 
 using namespace Gdiplus;
 
@@ -14,6 +16,13 @@ namespace {
 std::int64_t Saturate(double v) {
   if (!(v == v)) return 0;
   return static_cast<std::int64_t>(std::clamp(v, -4.0e18, 4.0e18));
+}
+
+// Guards the count of drawers and the shared pen table, which drawers on any
+// thread create, use and destroy.
+std::mutex& PenLock() {
+  static std::mutex lock;
+  return lock;
 }
 
 }  // namespace
@@ -118,52 +127,80 @@ CGraphDrawer::CGraphDrawer()
       m_bAutoX(1),
       m_fXMin(0),
       m_fXMax(0) {
+  std::lock_guard<std::mutex> lock(PenLock());
   ++ms_nInstances;
 }
 
 CGraphDrawer::~CGraphDrawer() {
+  std::lock_guard<std::mutex> lock(PenLock());
   if (--ms_nInstances == 0 && ms_pPens) {
     delete ms_pPens;
     ms_pPens = nullptr;
   }
 }
 
+const tagCurvePens* CGraphDrawer::Pens() {
+  std::lock_guard<std::mutex> lock(PenLock());
+  if (!ms_pPens) ms_pPens = new tagCurvePens;
+  return ms_pPens;
+}
+
 int CGraphDrawer::SamplesPerCurve() const {
   return m_nCurves > 0 ? static_cast<int>(m_samples.size() / static_cast<std::size_t>(m_nCurves)) : 0;
 }
 
-void CGraphDrawer::GetDataMinMax(double* pMin, double* pMax) {
-  const std::size_t n = m_samples.size();
-  if (n == 0) return;
-  const double* s = m_samples.data();
-  // Four lanes in registers, so that the comparisons do not wait on each
-  // other; a sample that is not a number never moves either end, as in a
-  // plain loop.
-  double lo0 = s[0], lo1 = s[0], lo2 = s[0], lo3 = s[0];
-  double hi0 = s[0], hi1 = s[0], hi2 = s[0], hi3 = s[0];
-  std::size_t i = 1;
+void CGraphDrawer::GetDataMinMax(double* pMin, double* pMax) { FiniteMinMax(pMin, pMax); }
+
+namespace {
+
+// Minimum and maximum in four lanes held in registers, so that the
+// comparisons do not wait on each other. A NaN never compares, so it never
+// moves either end; with kSkipInfinite an infinity does not either.
+template <bool kSkipInfinite>
+void ScanMinMax(const double* s, std::size_t n, double* pLo, double* pHi) {
+  constexpr double kInf = std::numeric_limits<double>::infinity();
+  const auto take = [](double v) { return !kSkipInfinite || std::fabs(v) < kInf; };
+  double lo0 = kInf, lo1 = kInf, lo2 = kInf, lo3 = kInf;
+  double hi0 = -kInf, hi1 = -kInf, hi2 = -kInf, hi3 = -kInf;
+  std::size_t i = 0;
   for (; i + 4 <= n; i += 4) {
     const double a = s[i], b = s[i + 1], c = s[i + 2], d = s[i + 3];
-    lo0 = a < lo0 ? a : lo0;
-    lo1 = b < lo1 ? b : lo1;
-    lo2 = c < lo2 ? c : lo2;
-    lo3 = d < lo3 ? d : lo3;
-    hi0 = a > hi0 ? a : hi0;
-    hi1 = b > hi1 ? b : hi1;
-    hi2 = c > hi2 ? c : hi2;
-    hi3 = d > hi3 ? d : hi3;
+    lo0 = take(a) && a < lo0 ? a : lo0;
+    lo1 = take(b) && b < lo1 ? b : lo1;
+    lo2 = take(c) && c < lo2 ? c : lo2;
+    lo3 = take(d) && d < lo3 ? d : lo3;
+    hi0 = take(a) && a > hi0 ? a : hi0;
+    hi1 = take(b) && b > hi1 ? b : hi1;
+    hi2 = take(c) && c > hi2 ? c : hi2;
+    hi3 = take(d) && d > hi3 ? d : hi3;
   }
   for (; i < n; ++i) {
-    lo0 = s[i] < lo0 ? s[i] : lo0;
-    hi0 = s[i] > hi0 ? s[i] : hi0;
+    lo0 = take(s[i]) && s[i] < lo0 ? s[i] : lo0;
+    hi0 = take(s[i]) && s[i] > hi0 ? s[i] : hi0;
   }
   for (const double v : {lo1, lo2, lo3}) lo0 = v < lo0 ? v : lo0;
   for (const double v : {hi1, hi2, hi3}) hi0 = v > hi0 ? v : hi0;
-  *pMin = lo0;
-  *pMax = hi0;
+  *pLo = lo0;
+  *pHi = hi0;
+}
+
+}  // namespace
+
+bool CGraphDrawer::FiniteMinMax(double* pMin, double* pMax) const {
+  const std::size_t n = m_samples.size();
+  if (n == 0 || !pMin || !pMax) return false;
+  double lo = 0, hi = 0;
+  ScanMinMax<false>(m_samples.data(), n, &lo, &hi);
+  // An infinite end is rare: only then a second, slower scan without them.
+  if (std::isinf(lo) || std::isinf(hi)) ScanMinMax<true>(m_samples.data(), n, &lo, &hi);
+  if (!(lo <= hi)) return false;  // no finite sample: both stay
+  *pMin = lo;
+  *pMax = hi;
+  return true;
 }
 
 void CGraphDrawer::FitYRange(int bSmooth, double dMin, double dMax) {
+  if (!std::isfinite(dMin) || !std::isfinite(dMax)) return;  // the range stays as it is
   double span = dMax - dMin;
   if (span == 0) span = dMax * 0.1;
   if (span == 0) span = 0.1;
@@ -177,14 +214,20 @@ void CGraphDrawer::FitYRange(int bSmooth, double dMin, double dMax) {
     m_dYMin = newMin;
     m_dYMax = newMax;
   }
+  // Spans near the limits of a double overflow in the margin: the data alone.
+  if (!std::isfinite(m_dYMin) || !std::isfinite(m_dYMax)) {
+    m_dYMin = dMin;
+    m_dYMax = dMax;
+  }
 }
 
 void CGraphDrawer::UpdateRanges(int iFrom, int iTo) {
   CSingleLock lock(&m_csRange, TRUE);
   if (m_bAutoY) {
+    // Samples that are not finite are no part of the range; a store without
+    // a finite one (but not an empty one) leaves it as it is.
     double lo = 0.0, hi = 0.0;
-    GetDataMinMax(&lo, &hi);
-    FitYRange(!m_bResetAdaptation, lo, hi);
+    if (FiniteMinMax(&lo, &hi) || m_samples.empty()) FitYRange(!m_bResetAdaptation, lo, hi);
     if (m_bAutoX) {
       const int S = SamplesPerCurve();
       int newFrom = 0, newTo = S;
@@ -248,8 +291,8 @@ void CGraphDrawer::SetROIAutoY(int iFrom, int iTo, float fXMin, float fXMax, int
   m_bAutoX = 0;
   double lo = 0.0, hi = 0.0;
   GetDataMinMax(&lo, &hi);
-  if (dYMin < lo) lo = dYMin;
-  if (dYMax > hi) hi = dYMax;
+  if (std::isfinite(dYMin) && dYMin < lo) lo = dYMin;
+  if (std::isfinite(dYMax) && dYMax > hi) hi = dYMax;
   FitYRange(0, lo, hi);
   DrawBackground(m_pAxesBitmap, m_sTitle, m_fXMin, m_fXMax, m_nXDivs, m_sXName, static_cast<float>(m_dYMin),
                  static_cast<float>(m_dYMax), m_nYDivs, m_sYName, m_rcPlot.X, m_rcPlot.Y, m_rcPlot.Width,
@@ -288,7 +331,11 @@ void CGraphDrawer::DrawBackground(Bitmap* pTarget, const CStringW& sTitle, float
   m_pGridPen = &gridPen;
   m_pFont = font.get();
   m_pTextBrush = &textBrush;
-  const tagRECT rect = {nX, nY, nX + nWidth, nY + nHeight};
+  const auto edge = [](std::int64_t v) {
+    return static_cast<LONG>(std::clamp<std::int64_t>(v, INT32_MIN, INT32_MAX));
+  };
+  const tagRECT rect = {nX, nY, edge(static_cast<std::int64_t>(nX) + nWidth),
+                        edge(static_cast<std::int64_t>(nY) + nHeight)};
   DrawAxesIn(rect, sTitle, fXMin, fXMax, nXDivs, sXName, fYMin, fYMax, nYDivs, sYName, 1, 0);
   m_pGraphics = nullptr;
   m_pGridPen = nullptr;
@@ -305,15 +352,15 @@ int CGraphDrawer::MapStroke(int c, int from, int end, int S) {
   if (count <= 0 || S <= 0) return 0;
   if (m_points.size() < static_cast<std::size_t>(count)) m_points.resize(static_cast<std::size_t>(count));
   const int X = m_rcPlot.X, Y = m_rcPlot.Y, W = m_rcPlot.Width, H = m_rcPlot.Height;
-  const float xScale = static_cast<float>(W - 1);
+  const float xScale = static_cast<float>(static_cast<std::int64_t>(W) - 1);
   const float xSpan = static_cast<float>(static_cast<std::int64_t>(m_iXTo) - m_iXFrom - 1);
   const float xOrigin = static_cast<float>(X);
   const bool flat = m_dYMax == m_dYMin;
-  const double yBottom = static_cast<double>(Y - 1 + H);
+  const double yBottom = static_cast<double>(static_cast<std::int64_t>(Y) - 1 + H);
   const double yOffset = static_cast<double>(static_cast<float>(m_dYMin));
-  const double yScale = static_cast<double>(H - 1);
+  const double yScale = static_cast<double>(static_cast<std::int64_t>(H) - 1);
   const double ySpan = m_dYMax - m_dYMin;
-  const float yMiddle = static_cast<float>(static_cast<double>(Y) + (H - 1) / 2.0);
+  const float yMiddle = static_cast<float>(static_cast<double>(Y) + (static_cast<double>(H) - 1) / 2.0);
   const int offset = static_cast<std::size_t>(c) < m_rowOffsets.size() ? m_rowOffsets[static_cast<std::size_t>(c)] : 0;
   int row = static_cast<int>((static_cast<std::int64_t>(offset) + from) % S);
   const double* column = m_samples.data() + c;
@@ -349,9 +396,10 @@ void CGraphDrawer::DrawCurves(Bitmap* pTarget, Bitmap* pBackground, int iFrom, i
     fLeft = static_cast<float>(left);
     right = left + width;
   }
-  // The strip, kept inside the plot.
-  const int clipLeft = static_cast<int>(std::clamp<std::int64_t>(left, X, static_cast<std::int64_t>(X) + W));
-  const int clipRight = static_cast<int>(std::clamp<std::int64_t>(right, clipLeft, static_cast<std::int64_t>(X) + W));
+  // The strip, kept inside the plot; a plot of negative width has none.
+  const std::int64_t plotRight = std::clamp<std::int64_t>(static_cast<std::int64_t>(X) + W, X, INT32_MAX);
+  const int clipLeft = static_cast<int>(std::clamp<std::int64_t>(left, X, plotRight));
+  const int clipRight = static_cast<int>(std::clamp<std::int64_t>(right, clipLeft, plotRight));
   // A strip that covers the whole bitmap needs no clip, and Qt's thin lines
   // are quicker without one.
   const bool whole = clipLeft <= 0 && clipRight >= static_cast<int>(pTarget->GetWidth()) &&
@@ -365,20 +413,20 @@ void CGraphDrawer::DrawCurves(Bitmap* pTarget, Bitmap* pBackground, int iFrom, i
   const float xSpan = static_cast<float>(E - F - 1);
   const std::int64_t first = Saturate(
       std::floor(xSpan * (fLeft - static_cast<float>(X) - 2.0f) / static_cast<float>(W - 1) + static_cast<float>(F)));
-  if (!ms_pPens) ms_pPens = new tagCurvePens;
+  const tagCurvePens* pens = Pens();  // stays while this drawer lives
   const int S = SamplesPerCurve();
   const std::int64_t start64 = std::max<std::int64_t>({first, F, 0});
   const int end = static_cast<int>(std::max<std::int64_t>(std::min<std::int64_t>({iTo, E, S}), 0));
   const int start = static_cast<int>(std::min<std::int64_t>(start64, end));  // both within 0 and S
   for (int c = 0; c < m_nCurves; ++c) {
     int n = MapStroke(c, start, end, S);
-    if (n > 0) g.DrawLines(&ms_pPens->normal[c % 3], m_points.data(), n);
+    if (n > 0) g.DrawLines(&pens->normal[c % 3], m_points.data(), n);
     if (static_cast<std::size_t>(c) < m_highlights.size()) {
       // Highlights go over their own curve and under later ones.
       const int from = std::max(m_highlights[static_cast<std::size_t>(c)].first, 0);
       const int stop = std::min(m_highlights[static_cast<std::size_t>(c)].second, end);
       n = MapStroke(c, from, stop, S);
-      if (n > 0) g.DrawLines(&ms_pPens->highlight[c % 3], m_points.data(), n);
+      if (n > 0) g.DrawLines(&pens->highlight[c % 3], m_points.data(), n);
     }
   }
 }

@@ -79,9 +79,9 @@ class ORVEK_API CGraphDrawerBase : public CAxesDrawerBase {
 //
 // Locks: m_csData before m_csRange. The intake, SetROI, SetROIAutoY and
 // SetHighlight take m_csData themselves; a paint takes m_csData round its
-// RedrawBackground and DrawCurves calls. Creating and destroying drawers
-// and the first stroke of any drawer touch the shared pen table without a
-// lock: keep them on one thread.
+// RedrawBackground and DrawCurves calls. Drawers may be created, stroked and
+// destroyed on any threads: the count and the shared pen table have a lock
+// of their own.
 class ORVEK_API CGraphDrawer : public CGraphDrawerBase {
  public:
   CGraphDrawer();
@@ -103,13 +103,19 @@ class ORVEK_API CGraphDrawer : public CGraphDrawerBase {
   void SetROIAutoY(int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, int nYDivs);
   // Moves the ranges after an intake and records the dirty sample range.
   void UpdateRanges(int iFrom, int iTo);
-  // Smallest and largest stored sample; an empty store leaves both.
+  // Smallest and largest finite stored sample; a store without one leaves
+  // both.
   void GetDataMinMax(double* pMin, double* pMax);
-  // Turns a data span into the Y range, smoothed or at once.
+  // Turns a data span into the Y range, smoothed or at once; a bound that is
+  // not finite leaves the range as it is.
   void FitYRange(int bSmooth, double dMin, double dMax);
   void DrawBackground(Gdiplus::Bitmap* pTarget, const CStringW& sTitle, float fXMin, float fXMax, int nXDivs,
                       const CStringW& sXName, float fYMin, float fYMax, int nYDivs, const CStringW& sYName, int nX,
                       int nY, int nWidth, int nHeight);
+
+  // The most samples the store of one drawer holds (2 GiB of doubles): an
+  // intake whose matrix (curves times rows) would exceed it is dropped.
+  static constexpr long long kMaxSamples = 1LL << 28;
 
   // Intake, from any thread. T is char (read as signed), short, int, float,
   // double or unsigned char; nStride counts elements of T.
@@ -144,12 +150,17 @@ class ORVEK_API CGraphDrawer : public CGraphDrawerBase {
   std::vector<int> m_rowOffsets;  // sample x of curve c is row (offset + x) mod S
   std::vector<int> m_writePos;    // sweep write heads
 
-  static int ms_nInstances;
-  static tagCurvePens* ms_pPens;
+  static int ms_nInstances;  // under the pen lock
+  static tagCurvePens* ms_pPens;  // under the pen lock; lives while a drawer does
 
  private:
-  // The opening of every intake: row width, offsets and matrix size.
-  void Open(int nCurves, int nRows, bool bWritePos);
+  // The shared pen table, made on first use.
+  static const tagCurvePens* Pens();
+  // GetDataMinMax that tells whether a finite sample was found.
+  bool FiniteMinMax(double* pMin, double* pMax) const;
+  // The opening of every intake: row width, offsets and matrix size; false
+  // if the matrix cannot grow to it.
+  bool Open(int nCurves, int nRows, bool bWritePos);
   int SamplesPerCurve() const;
   // Lays the vertices of samples from to end - 1 of curve c into m_points.
   int MapStroke(int c, int from, int end, int S);

@@ -2,6 +2,7 @@
 #include <orvek/plotting/drawer/GraphDrawer.h>
 
 #include <cstddef>
+#include <exception>
 
 namespace {
 
@@ -31,20 +32,28 @@ bool Acceptable(const void* data, int count, int iCurve, int nCurves) {
 
 }  // namespace
 
-void CGraphDrawer::Open(int nCurves, int nRows, bool bWritePos) {
-  m_nCurves = nCurves;
+bool CGraphDrawer::Open(int nCurves, int nRows, bool bWritePos) {
   const std::size_t curves = static_cast<std::size_t>(nCurves);
-  if (m_rowOffsets.size() < curves) m_rowOffsets.resize(curves, 0);
-  if (bWritePos && m_writePos.size() < curves) m_writePos.resize(curves, 0);
   const std::size_t cells = curves * static_cast<std::size_t>(nRows);
-  if (cells > m_samples.size()) m_samples.resize(cells, 0.0);
+  // A matrix that cannot be had, or is beyond kMaxSamples, drops the block and
+  // leaves the store as it is.
+  if (cells > static_cast<std::size_t>(kMaxSamples)) return false;
+  try {
+    if (cells > m_samples.size()) m_samples.resize(cells, 0.0);
+    if (m_rowOffsets.size() < curves) m_rowOffsets.resize(curves, 0);
+    if (bWritePos && m_writePos.size() < curves) m_writePos.resize(curves, 0);
+  } catch (const std::exception&) {
+    return false;
+  }
+  m_nCurves = nCurves;
+  return true;
 }
 
 template <typename T>
 void CGraphDrawer::SetData(T* pData, int nCount, int nStride, int iCurve, int nCurves) {
   CSingleLock lock(&m_csData, TRUE);
   if (!Acceptable(pData, nCount, iCurve, nCurves)) return;
-  Open(nCurves, nCount, false);
+  if (!Open(nCurves, nCount, false)) return;
   Copy(pData, nCount, nStride, m_samples.data() + iCurve, nCurves);
   m_rowOffsets[static_cast<std::size_t>(iCurve)] = 0;
   UpdateRanges(m_iXFrom, m_iXTo);
@@ -58,7 +67,7 @@ void CGraphDrawer::SetDataHistory(T* pData, int nCount, int nHistory, int nStrid
     pData = const_cast<T*>(At(pData, nCount - nHistory, nStride));
     nCount = nHistory;
   }
-  Open(nCurves, nHistory, false);
+  if (!Open(nCurves, nHistory, false)) return;
   int& offset = m_rowOffsets[static_cast<std::size_t>(iCurve)];
   offset = static_cast<int>((static_cast<long long>(offset) + nCount) % nHistory);
   int pos = offset - nCount + nHistory;
@@ -75,7 +84,7 @@ template <typename T>
 void CGraphDrawer::SetDataAvg(T* pData, int nCount, double dFactor, int nStride, int iCurve, int nCurves) {
   CSingleLock lock(&m_csData, TRUE);
   if (!Acceptable(pData, nCount, iCurve, nCurves)) return;
-  Open(nCurves, nCount, false);
+  if (!Open(nCurves, nCount, false)) return;
   double* dst = m_samples.data() + iCurve;
   const std::size_t step = static_cast<std::size_t>(nCurves);
   if (m_bResetAdaptation) {
@@ -94,7 +103,7 @@ template <typename T>
 void CGraphDrawer::SetDataHistoryCircular(T* pData, int nCount, int nHistory, int nStride, int iCurve, int nCurves) {
   CSingleLock lock(&m_csData, TRUE);
   if (!Acceptable(pData, nCount, iCurve, nCurves) || nHistory < 1) return;
-  Open(nCurves, nHistory, true);
+  if (!Open(nCurves, nHistory, true)) return;
   m_rowOffsets[static_cast<std::size_t>(iCurve)] = 0;
   int& head = m_writePos[static_cast<std::size_t>(iCurve)];
   head %= nHistory;  // a ring that became shorter: the head comes back inside it
@@ -114,8 +123,7 @@ void CGraphDrawer::SetDataHistoryCircular(T* pData, int nCount, int nHistory, in
     UpdateRanges(start, head);
   if (start > head && saved) {
     double lo = 0.0, hi = 0.0;
-    GetDataMinMax(&lo, &hi);
-    FitYRange(0, lo, hi);
+    if (FiniteMinMax(&lo, &hi)) FitYRange(0, lo, hi);
     m_bAxesPending = 1;
     m_bDataPending = 0;
     UpdateRanges(m_iXFrom, m_iXTo);

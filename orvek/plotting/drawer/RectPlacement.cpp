@@ -11,60 +11,190 @@ namespace {
 
 constexpr float kNoDistance = 3.4028235e38f;  // the greatest finite float
 
-// Half of a length, an odd one rounded up.
-int Half(int n) { return static_cast<int>(static_cast<float>(n) * 0.5f + 0.5f); }
+// Rectangle arithmetic wraps round 32 bits instead of overflowing: the same
+// result as the 32-bit original wherever it did not overflow.
+int Wrap(std::int64_t v) { return static_cast<int>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(v))); }
 
-// The squares are 32-bit products (wrapping), added in single precision.
-float Distance(int dx, int dy) {
-  const auto square = [](int v) {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(v) * static_cast<std::uint32_t>(v));
-  };
-  const float sum = static_cast<float>(square(dx)) + static_cast<float>(square(dy));
-  return static_cast<float>(std::sqrt(static_cast<double>(sum)));
+// Half of a length, an odd one rounded up.
+int Half(std::int64_t n) { return static_cast<int>(static_cast<float>(n) * 0.5f + 0.5f); }
+
+// The square of an offset as a 32-bit product (wrapping), in single precision.
+float Square(std::int64_t v) {
+  const std::uint32_t u = static_cast<std::uint32_t>(static_cast<std::uint64_t>(v));
+  return static_cast<float>(static_cast<std::int32_t>(u * u));
 }
 
-// Every candidate of the search, in order: for each used rectangle the four
-// edge-to-edge moves, then its vertical moves combined with the horizontal
-// moves of every used rectangle.
-template <typename Rect, typename Try>
-void ForEachCandidate(const Rect& r, const std::vector<Rect>& used, Try tryOffset) {
-  for (const Rect& u : used) {
-    const int dyAbove = u.top - r.bottom, dyBelow = u.bottom - r.top;
-    tryOffset(0, dyAbove);
-    tryOffset(0, dyBelow);
-    tryOffset(u.right - r.left, 0);
-    tryOffset(u.left - r.right, 0);
-    for (const Rect& v : used) {
-      const int dxRight = v.right - r.left, dxLeft = v.left - r.right;
-      tryOffset(dxRight, dyAbove);
-      tryOffset(dxLeft, dyAbove);
-      tryOffset(dxRight, dyBelow);
-      tryOffset(dxLeft, dyBelow);
+// The squares are added in single precision, the root taken in double.
+float Distance(float squareX, float squareY) {
+  return static_cast<float>(std::sqrt(static_cast<double>(squareX + squareY)));
+}
+
+struct Box {
+  std::int64_t left, top, right, bottom;
+};
+
+template <typename Rect>
+Box ToBox(const Rect& r) {
+  return {r.left, r.top, r.right, r.bottom};
+}
+
+// The closest free place of r among the candidates of the exhaustive search:
+// for each used rectangle i, the four edge-to-edge moves, then its vertical
+// moves combined with the horizontal moves of every used rectangle j, the
+// first of equal distances winning. The result is that of trying them all in
+// that order; the search only skips tries that cannot win: moves that leave
+// the bounds (tested per axis), a move already tried, and rows whose nearest
+// move is no closer than the best so far. Obstacles are the rectangles that
+// can be met (the host form leaves empty ones out).
+bool Search(const Box& r, const std::vector<Box>& offsets, const std::vector<Box>& obstacles, const Box& bounds,
+            Box* best) {
+  const std::size_t n = offsets.size();
+  auto validX = [&](std::int64_t dx) { return r.left + dx >= bounds.left && r.right + dx <= bounds.right; };
+  auto validY = [&](std::int64_t dy) { return r.top + dy >= bounds.top && r.bottom + dy <= bounds.bottom; };
+  auto blocked = [&](std::int64_t dx, std::int64_t dy, std::size_t* hint) {
+    const std::int64_t l = r.left + dx, t = r.top + dy, rt = r.right + dx, b = r.bottom + dy;
+    const std::size_t m = obstacles.size();
+    if (m == 0) return false;
+    // Neighbouring tries are mostly blocked by the same rectangle: start there.
+    for (std::size_t k = 0, i = *hint % m; k < m; ++k, i = i + 1 == m ? 0 : i + 1) {
+      const Box& u = obstacles[i];
+      if (rt > u.left && l < u.right && b > u.top && t < u.bottom) {
+        *hint = i;
+        return true;
+      }
+    }
+    return false;
+  };
+  float bestDistance = kNoDistance;
+  std::size_t hint = 0;
+  auto tryMove = [&](std::int64_t dx, std::int64_t dy, float sx, float sy) {
+    const float d = Distance(sx, sy);
+    if (!(bestDistance > d) || blocked(dx, dy, &hint)) return;
+    bestDistance = d;
+    *best = {r.left + dx, r.top + dy, r.right + dx, r.bottom + dy};
+  };
+
+  // Horizontal moves inside the bounds, in the order (j, right before left),
+  // each value once.
+  struct Column {
+    std::int64_t dx;
+    float square;
+    std::size_t j;
+  };
+  std::vector<Column> columns;
+  columns.reserve(2 * n);
+  for (std::size_t j = 0; j < n; ++j)
+    for (const std::int64_t dx : {offsets[j].right - r.left, offsets[j].left - r.right})
+      if (validX(dx)) columns.push_back({dx, Square(dx), j});
+  {
+    std::vector<std::size_t> order(columns.size());
+    for (std::size_t k = 0; k < order.size(); ++k) order[k] = k;
+    std::stable_sort(order.begin(), order.end(),
+                     [&](std::size_t a, std::size_t b) { return columns[a].dx < columns[b].dx; });
+    std::vector<char> keep(columns.size(), 1);
+    for (std::size_t k = 1; k < order.size(); ++k)
+      if (columns[order[k]].dx == columns[order[k - 1]].dx) keep[order[k]] = 0;
+    std::size_t w = 0;
+    for (std::size_t k = 0; k < columns.size(); ++k)
+      if (keep[k]) columns[w++] = columns[k];
+    columns.resize(w);
+  }
+  float nearest = 0;  // the smallest square among the columns
+  bool anyNegative = false;
+  for (std::size_t k = 0; k < columns.size(); ++k) {
+    nearest = k == 0 ? columns[k].square : std::min(nearest, columns[k].square);
+    anyNegative = anyNegative || columns[k].square < 0;
+  }
+
+  // Vertical moves already tried as a row.
+  std::vector<std::int64_t> seenRows;
+  seenRows.reserve(2 * n);
+  auto newRow = [&](std::int64_t dy) {
+    auto it = std::lower_bound(seenRows.begin(), seenRows.end(), dy);
+    if (it != seenRows.end() && *it == dy) return false;
+    seenRows.insert(it, dy);
+    return true;
+  };
+  const bool stayX = validX(0), stayY = validY(0);
+  for (std::size_t i = 0; i < n; ++i) {
+    const Box& u = offsets[i];
+    const std::int64_t above = u.top - r.bottom, below = u.bottom - r.top;
+    const bool useAbove = validY(above) && newRow(above);
+    const bool useBelow = validY(below) && newRow(below);
+    const float sa = Square(above), sb = Square(below);
+    if (useAbove && stayX) tryMove(0, above, 0.0f, sa);
+    if (useBelow && stayX) tryMove(0, below, 0.0f, sb);
+    if (stayY) {
+      const std::int64_t right = u.right - r.left, left = u.left - r.right;
+      if (validX(right)) tryMove(right, 0, Square(right), 0.0f);
+      if (validX(left)) tryMove(left, 0, Square(left), 0.0f);
+    }
+    // A row none of whose moves is closer than the best found is passed over;
+    // not when a wrapped square makes the bound meaningless.
+    const bool rowAbove = useAbove && (anyNegative || bestDistance > Distance(nearest, sa));
+    const bool rowBelow = useBelow && (anyNegative || bestDistance > Distance(nearest, sb));
+    if (!rowAbove && !rowBelow) continue;
+    for (std::size_t k = 0; k < columns.size();) {
+      std::size_t end = k + 1;
+      while (end < columns.size() && columns[end].j == columns[k].j) ++end;
+      if (rowAbove)
+        for (std::size_t c = k; c < end; ++c) tryMove(columns[c].dx, above, columns[c].square, sa);
+      if (rowBelow)
+        for (std::size_t c = k; c < end; ++c) tryMove(columns[c].dx, below, columns[c].square, sb);
+      k = end;
     }
   }
+  return bestDistance != kNoDistance;
+}
+
+template <typename Rect>
+std::vector<Box> Boxes(const std::vector<Rect>& rects, bool skipEmpty) {
+  std::vector<Box> out;
+  out.reserve(rects.size());
+  for (const Rect& u : rects)
+    if (!skipEmpty || (u.right > u.left && u.bottom > u.top)) out.push_back(ToBox(u));
+  return out;
+}
+
+template <typename Rect>
+void Store(const Box& b, Rect* rect) {
+  rect->left = Wrap(b.left);
+  rect->top = Wrap(b.top);
+  rect->right = Wrap(b.right);
+  rect->bottom = Wrap(b.bottom);
 }
 
 }  // namespace
 
 void CAxesDrawerBase::OffsetRect(tagRECT* rect, int dx, int dy) {
-  rect->left += dx;
-  rect->right += dx;
-  rect->top += dy;
-  rect->bottom += dy;
+  rect->left = Wrap(static_cast<std::int64_t>(rect->left) + dx);
+  rect->right = Wrap(static_cast<std::int64_t>(rect->right) + dx);
+  rect->top = Wrap(static_cast<std::int64_t>(rect->top) + dy);
+  rect->bottom = Wrap(static_cast<std::int64_t>(rect->bottom) + dy);
 }
 
 void CAxesDrawerBase::OffsetRectCenter(tagRECT* rect, int x, int y) {
-  OffsetRect(rect, x - Half(rect->right - rect->left), y - Half(rect->bottom - rect->top));
+  OffsetRect(rect, Wrap(x - static_cast<std::int64_t>(Half(static_cast<std::int64_t>(rect->right) - rect->left))),
+             Wrap(y - static_cast<std::int64_t>(Half(static_cast<std::int64_t>(rect->bottom) - rect->top))));
 }
 
+namespace {
+// The offset that OffsetRectToBounds applies along one axis, in 64 bits.
+std::int64_t Limit(std::int64_t d, std::int64_t lo, std::int64_t hi, std::int64_t boundLo, std::int64_t boundHi) {
+  return std::max(boundLo - lo, std::min(d, boundHi - hi));
+}
+}  // namespace
+
 void CAxesDrawerBase::OffsetRectToBounds(tagRECT* rect, int dx, int dy, tagRECT const* bounds) {
-  dx = std::max(bounds->left - rect->left, std::min(dx, bounds->right - rect->right));
-  dy = std::max(bounds->top - rect->top, std::min(dy, bounds->bottom - rect->bottom));
-  OffsetRect(rect, dx, dy);
+  OffsetRect(rect, Wrap(Limit(dx, rect->left, rect->right, bounds->left, bounds->right)),
+             Wrap(Limit(dy, rect->top, rect->bottom, bounds->top, bounds->bottom)));
 }
 
 void CAxesDrawerBase::OffsetRectToBoundsCenter(tagRECT* rect, int x, int y, tagRECT const* bounds) {
-  OffsetRectToBounds(rect, x - Half(rect->right - rect->left), y - Half(rect->bottom - rect->top), bounds);
+  const std::int64_t dx = x - static_cast<std::int64_t>(Half(static_cast<std::int64_t>(rect->right) - rect->left));
+  const std::int64_t dy = y - static_cast<std::int64_t>(Half(static_cast<std::int64_t>(rect->bottom) - rect->top));
+  OffsetRect(rect, Wrap(Limit(dx, rect->left, rect->right, bounds->left, bounds->right)),
+             Wrap(Limit(dy, rect->top, rect->bottom, bounds->top, bounds->bottom)));
 }
 
 bool CAxesDrawerBase::IsRectsIntersects(tagRECT const* a, tagRECT const* b) {
@@ -81,50 +211,45 @@ bool CAxesDrawerBase::CalculateClosestNonIntersectRect(tagRECT* rect, tagRECT co
                                                        std::vector<tagRECT>* used) {
   // Into the bounds first; a rectangle larger than they are keeps its left or
   // top edge on theirs. This move stays whatever follows.
-  OffsetRect(rect, std::max(bounds->left - rect->left, std::min(0, bounds->right - rect->right)),
-             std::max(bounds->top - rect->top, std::min(0, bounds->bottom - rect->bottom)));
-  tagRECT best = *rect;
-  float bestDistance = kNoDistance;
-  if (used->empty() || !IsRectIntersects(rect, used)) return true;
-  tagRECT start = *rect;
-  ForEachCandidate(start, *used,
-                   [&](int dx, int dy) { AddToRectStat(&start, dx, dy, &bestDistance, &best, bounds, used); });
-  *rect = best;
-  return bestDistance != kNoDistance;
+  OffsetRect(rect, Wrap(Limit(0, rect->left, rect->right, bounds->left, bounds->right)),
+             Wrap(Limit(0, rect->top, rect->bottom, bounds->top, bounds->bottom)));
+  if (!used || used->empty() || !IsRectIntersects(rect, used)) return true;
+  const std::vector<Box> boxes = Boxes(*used, false);
+  Box best = ToBox(*rect);
+  if (!Search(ToBox(*rect), boxes, boxes, ToBox(*bounds), &best)) return false;
+  Store(best, rect);
+  return true;
 }
 
 bool CAxesDrawerBase::AddToRectStat(tagRECT* rect, int dx, int dy, float* bestDistance, tagRECT* bestRect,
                                     tagRECT const* bounds, std::vector<tagRECT>* used) {
-  const float distance = Distance(dx, dy);
+  const float distance = Distance(Square(dx), Square(dy));
   if (!(*bestDistance > distance)) return false;  // the earliest of equals stays
-  tagRECT candidate = *rect;
-  OffsetRect(&candidate, dx, dy);
-  if (candidate.left < bounds->left || candidate.right > bounds->right || candidate.top < bounds->top ||
-      candidate.bottom > bounds->bottom)
-    return false;
-  if (IsRectIntersects(&candidate, used)) return false;
+  const std::int64_t l = static_cast<std::int64_t>(rect->left) + dx, r = static_cast<std::int64_t>(rect->right) + dx;
+  const std::int64_t t = static_cast<std::int64_t>(rect->top) + dy, b = static_cast<std::int64_t>(rect->bottom) + dy;
+  if (l < bounds->left || r > bounds->right || t < bounds->top || b > bounds->bottom) return false;
+  const tagRECT candidate = {static_cast<LONG>(l), static_cast<LONG>(t), static_cast<LONG>(r), static_cast<LONG>(b)};
+  if (used && IsRectIntersects(&candidate, used)) return false;
   *bestDistance = distance;
   *bestRect = candidate;
   return true;
 }
 
 // The host's form starts where the rectangle is, tests with the platform's
-// rectangle operations (an empty rectangle meets nothing) and takes a null
-// list as an empty one.
+// rectangle operations (an empty rectangle meets nothing, an empty candidate
+// is never inside the bounds) and takes a null list as an empty one.
 bool COrvekGlobals::CalculateClosestNonIntersectRect(CRect* rect, CRect& bounds, std::vector<CRect>* used) {
   if (!rect) return false;
   if (!used || used->empty() || !IsRectIntersects(*rect, used)) return true;
-  CRect start = *rect, best = *rect;
-  float bestDistance = kNoDistance;
-  ForEachCandidate(start, *used, [&](int dx, int dy) {
-    CSize offset(dx, dy);
-    AddToRectStat(&start, offset, &bestDistance, &best, bounds, used);
-  });
-  *rect = best;
-  return bestDistance != kNoDistance;
+  if (::IsRectEmpty(&bounds)) return false;  // no candidate can lie inside
+  Box best = ToBox(*rect);
+  if (!Search(ToBox(*rect), Boxes(*used, false), Boxes(*used, true), ToBox(bounds), &best)) return false;
+  Store(best, rect);
+  return true;
 }
 
 bool COrvekGlobals::IsRectIntersects(CRect& rect, std::vector<CRect>* used) {
+  if (!used) return false;
   CRect overlap;
   for (const CRect& u : *used)
     if (::IntersectRect(&overlap, &rect, &u)) return true;
@@ -133,10 +258,16 @@ bool COrvekGlobals::IsRectIntersects(CRect& rect, std::vector<CRect>* used) {
 
 bool COrvekGlobals::AddToRectStat(CRect* rect, CSize& offset, float* bestDistance, CRect* bestRect, CRect& bounds,
                                   std::vector<CRect>* used) {
-  const float distance = Distance(offset.cx, offset.cy);
+  if (!rect || !bestDistance || !bestRect || !used) return false;
+  const float distance = Distance(Square(offset.cx), Square(offset.cy));
   if (!(*bestDistance > distance)) return false;
-  CRect candidate = *rect;
-  candidate.OffsetRect(offset);
+  const std::int64_t l = static_cast<std::int64_t>(rect->left) + offset.cx;
+  const std::int64_t r = static_cast<std::int64_t>(rect->right) + offset.cx;
+  const std::int64_t t = static_cast<std::int64_t>(rect->top) + offset.cy;
+  const std::int64_t b = static_cast<std::int64_t>(rect->bottom) + offset.cy;
+  // A candidate beyond 32 bits lies outside any bounds.
+  if (std::min({l, t, r, b}) < INT32_MIN || std::max({l, t, r, b}) > INT32_MAX) return false;
+  CRect candidate(static_cast<int>(l), static_cast<int>(t), static_cast<int>(r), static_cast<int>(b));
   CRect inside;
   if (!::IntersectRect(&inside, &candidate, &bounds) || !::EqualRect(&inside, &candidate)) return false;
   if (IsRectIntersects(candidate, used)) return false;

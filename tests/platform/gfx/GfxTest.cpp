@@ -140,3 +140,18 @@ TEST(Gfx, WideStrokeEqualsQtPolyline) {
   g.SetSmoothingMode(SmoothingModeAntiAlias);
   EXPECT_EQ(g.DrawLines(&pen, points.data(), static_cast<INT>(points.size())), Ok);
 }
+
+// A point that is not finite breaks a thin line (Qt's path) as the wide
+// stroker breaks a wide one: a non-finite sample leaves a gap in a curve.
+TEST(Gfx, NonFinitePointsBreakThinLines) {
+  for (const float bad : {std::nanf(""), INFINITY, -INFINITY}) {
+    Bitmap b(40, 10);
+    Graphics g(&b);
+    Pen pen(Color(0xFFFFFFFFu), 1.0f);
+    const PointF points[] = {PointF(0, 5), PointF(12, 5), PointF(20, bad), PointF(28, 5), PointF(39, 5)};
+    EXPECT_EQ(g.DrawLines(&pen, points, 5), Ok);
+    EXPECT_NE(At(b, 6, 5), 0u) << bad;
+    EXPECT_EQ(At(b, 20, 5), 0u) << bad;
+    EXPECT_NE(At(b, 33, 5), 0u) << bad;
+  }
+}

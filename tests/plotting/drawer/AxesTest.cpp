@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <climits>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -19,7 +22,11 @@ class Recorder : public CAxesDrawerBase {
   using CAxesDrawerBase::DrawAxes2;
   using CAxesDrawerBase::FormatGridCaption;
   using CAxesDrawerBase::GetGridStepX;
+  using CAxesDrawerBase::IsRectIntersects;
   using CAxesDrawerBase::IsRectsIntersects;
+  using CAxesDrawerBase::OffsetRectCenter;
+  using CAxesDrawerBase::OffsetRectToBounds;
+  using CAxesDrawerBase::OffsetRectToBoundsCenter;
 
   std::vector<std::string> calls;
   std::vector<std::pair<int, int>> grid;  // (x1, y1) of each line
@@ -72,6 +79,24 @@ std::vector<std::string> Drawn(const Recorder& r, char axis) {
   for (const auto& t : r.texts)
     if (t.first[0] == axis) out.push_back(t.first.substr(1));
   return out;
+}
+
+// FNV-1a over everything a drawing did: calls, grid lines, texts and where
+// they went.
+std::uint64_t Fingerprint(const Recorder& r) {
+  std::uint64_t h = 1469598103934665603ull;
+  auto mix = [&](long long v) {
+    for (int i = 0; i < 8; ++i, v >>= 8) h = (h ^ static_cast<unsigned char>(v)) * 1099511628211ull;
+  };
+  for (const auto& c : r.calls)
+    for (char ch : c) mix(ch);
+  for (const auto& g : r.grid) mix(g.first * 65536LL + g.second);
+  for (const auto* list : {&r.texts, &r.legends})
+    for (const auto& [text, rc] : *list) {
+      for (char ch : text) mix(ch);
+      for (long long v : {rc.left, rc.top, rc.right, rc.bottom}) mix(v);
+    }
+  return h;
 }
 
 bool Same(const tagRECT& a, const tagRECT& b) {
@@ -283,4 +308,162 @@ TEST(Placement, HostForm) {
     EXPECT_EQ(h, a);
     EXPECT_TRUE(Same(hostRect, axesRect));
   }
+}
+
+// Grids within the cell bound keep the placement they had with the exhaustive
+// search (fingerprints taken from it, up to 4.5 s a drawing here); counts far
+// out of range end quickly.
+TEST(Axes, OrdinaryGridsKeepTheirPlacement) {
+  struct Case {
+    int w, h;
+    float xMin, xMax;
+    int xDiv;
+    float yMin, yMax;
+    int yDiv;
+    bool keep;
+    std::uint64_t fingerprint;
+  };
+  const Case cases[] = {
+      {400, 300, 0.0f, 7.0f, 5, 0.0f, 1.0f, 3, true, 0xf37c2751faba79daull},
+      {400, 300, 0.0f, 7.0f, 5, 0.0f, 1.0f, 3, false, 0x7f396104ba6e8873ull},
+      {400, 300, 0.0f, 7.0f, 8, 0.0f, 1.0f, 6, true, 0x116b0eee3db03681ull},
+      {400, 300, 0.0f, 7.0f, 8, 0.0f, 1.0f, 6, false, 0xb3521d02c63afc0bull},
+      {400, 300, 0.0f, 7.0f, 10, 0.0f, 1.0f, 7, true, 0x116b0eee3db03681ull},
+      {400, 300, 0.0f, 7.0f, 10, 0.0f, 1.0f, 7, false, 0xb3521d02c63afc0bull},
+      {400, 300, 0.0f, 7.0f, 20, 0.0f, 1.0f, 15, true, 0xfaaa4646634776d7ull},
+      {400, 300, 0.0f, 7.0f, 20, 0.0f, 1.0f, 15, false, 0xabe12f37d176bff0ull},
+      {400, 300, -3.7f, 12.3f, 5, -100000.0f, 300000.0f, 3, true, 0x1577fe8fb74e3238ull},
+      {400, 300, -3.7f, 12.3f, 5, -100000.0f, 300000.0f, 3, false, 0x1577fe8fb74e3238ull},
+      {400, 300, -3.7f, 12.3f, 8, -100000.0f, 300000.0f, 6, true, 0x29ff14e9f920198bull},
+      {400, 300, -3.7f, 12.3f, 8, -100000.0f, 300000.0f, 6, false, 0xff59c2005bc30fe3ull},
+      {400, 300, -3.7f, 12.3f, 10, -100000.0f, 300000.0f, 7, true, 0x29ff14e9f920198bull},
+      {400, 300, -3.7f, 12.3f, 10, -100000.0f, 300000.0f, 7, false, 0xff59c2005bc30fe3ull},
+      {400, 300, -3.7f, 12.3f, 20, -100000.0f, 300000.0f, 15, true, 0xa1270235dcefae1eull},
+      {400, 300, -3.7f, 12.3f, 20, -100000.0f, 300000.0f, 15, false, 0xc5ae4f6317364612ull},
+      {400, 300, 0.0001f, 0.003f, 5, 0.0f, 100.0f, 3, true, 0x8452ff5139d2ea2aull},
+      {400, 300, 0.0001f, 0.003f, 5, 0.0f, 100.0f, 3, false, 0xe9151f71be8b992ull},
+      {400, 300, 0.0001f, 0.003f, 8, 0.0f, 100.0f, 6, true, 0xfbd0dfe8f0c92e4full},
+      {400, 300, 0.0001f, 0.003f, 8, 0.0f, 100.0f, 6, false, 0x7a0b3b590bb159eaull},
+      {400, 300, 0.0001f, 0.003f, 10, 0.0f, 100.0f, 7, true, 0xfbd0dfe8f0c92e4full},
+      {400, 300, 0.0001f, 0.003f, 10, 0.0f, 100.0f, 7, false, 0x7a0b3b590bb159eaull},
+      {400, 300, 0.0001f, 0.003f, 20, 0.0f, 100.0f, 15, true, 0x205cf487716e801aull},
+      {400, 300, 0.0001f, 0.003f, 20, 0.0f, 100.0f, 15, false, 0x2b9b0aa3868fe69aull},
+      {1000, 600, 0.0f, 7.0f, 5, 0.0f, 1.0f, 3, true, 0xf675b5df355e23a7ull},
+      {1000, 600, 0.0f, 7.0f, 5, 0.0f, 1.0f, 3, false, 0xf40b77674705304eull},
+      {1000, 600, 0.0f, 7.0f, 8, 0.0f, 1.0f, 4, true, 0x8d63a1c8014766a6ull},
+      {1000, 600, 0.0f, 7.0f, 8, 0.0f, 1.0f, 4, false, 0xc9027c82cc1e93fcull},
+      {1000, 600, 0.0f, 7.0f, 10, 0.0f, 1.0f, 6, true, 0xd6d3e848b2616eadull},
+      {1000, 600, 0.0f, 7.0f, 10, 0.0f, 1.0f, 6, false, 0xd41d71d25d341b6bull},
+      {1000, 600, 0.0f, 7.0f, 20, 0.0f, 1.0f, 12, true, 0x12c0eec6d25f102eull},
+      {1000, 600, 0.0f, 7.0f, 20, 0.0f, 1.0f, 12, false, 0x803ed3d70b1e58b9ull},
+      {1000, 600, 0.0f, 7.0f, 40, 0.0f, 1.0f, 24, true, 0xc48da0087b0d2617ull},
+      {1000, 600, 0.0f, 7.0f, 40, 0.0f, 1.0f, 24, false, 0x921f4f3910892ed4ull},
+      {1000, 600, -3.7f, 12.3f, 5, -100000.0f, 300000.0f, 3, true, 0x49a9dfa490b53526ull},
+      {1000, 600, -3.7f, 12.3f, 5, -100000.0f, 300000.0f, 3, false, 0x49a9dfa490b53526ull},
+      {1000, 600, -3.7f, 12.3f, 8, -100000.0f, 300000.0f, 4, true, 0x755a54792943e4d9ull},
+      {1000, 600, -3.7f, 12.3f, 8, -100000.0f, 300000.0f, 4, false, 0xe2a3f2a9ba2e9d04ull},
+      {1000, 600, -3.7f, 12.3f, 10, -100000.0f, 300000.0f, 6, true, 0x755a54792943e4d9ull},
+      {1000, 600, -3.7f, 12.3f, 10, -100000.0f, 300000.0f, 6, false, 0xe2a3f2a9ba2e9d04ull},
+      {1000, 600, -3.7f, 12.3f, 20, -100000.0f, 300000.0f, 12, true, 0x82d5ba029cbbbcd7ull},
+      {1000, 600, -3.7f, 12.3f, 20, -100000.0f, 300000.0f, 12, false, 0xc1aa6082342cd8a6ull},
+      {1000, 600, -3.7f, 12.3f, 40, -100000.0f, 300000.0f, 24, true, 0xce5ab50535658affull},
+      {1000, 600, -3.7f, 12.3f, 40, -100000.0f, 300000.0f, 24, false, 0xb64616b5987ef4edull},
+      {1000, 600, 0.0001f, 0.003f, 5, 0.0f, 100.0f, 3, true, 0x331079317161a927ull},
+      {1000, 600, 0.0001f, 0.003f, 5, 0.0f, 100.0f, 3, false, 0x2aaaa873f3411fe3ull},
+      {1000, 600, 0.0001f, 0.003f, 8, 0.0f, 100.0f, 4, true, 0x1c75ae0851a85884ull},
+      {1000, 600, 0.0001f, 0.003f, 8, 0.0f, 100.0f, 4, false, 0x87eae0823ec314e5ull},
+      {1000, 600, 0.0001f, 0.003f, 10, 0.0f, 100.0f, 6, true, 0xc60fd7c3d8da18cbull},
+      {1000, 600, 0.0001f, 0.003f, 10, 0.0f, 100.0f, 6, false, 0xf2c67dfc756eb07aull},
+      {1000, 600, 0.0001f, 0.003f, 20, 0.0f, 100.0f, 12, true, 0x3eb23afccca12c73ull},
+      {1000, 600, 0.0001f, 0.003f, 20, 0.0f, 100.0f, 12, false, 0xba01eba27f275f83ull},
+      {1000, 600, 0.0001f, 0.003f, 40, 0.0f, 100.0f, 24, true, 0x2743500044c50e54ull},
+      {1000, 600, 0.0001f, 0.003f, 40, 0.0f, 100.0f, 24, false, 0xed8dc6577087164eull},
+  };
+  for (const Case& c : cases) {
+    Recorder r;
+    const tagRECT rect = {0, 0, c.w, c.h};
+    if (c.keep)
+      r.DrawAxes(rect, L"Title", c.xMin, c.xMax, c.xDiv, L"x", c.yMin, c.yMax, c.yDiv, L"y");
+    else
+      r.DrawAxes2(rect, L"Title", c.xMin, c.xMax, c.xDiv, L"x", c.yMin, c.yMax, c.yDiv, L"y");
+    EXPECT_EQ(Fingerprint(r), c.fingerprint) << c.w << "x" << c.h << " " << c.xDiv << "/" << c.yDiv;
+  }
+  for (const int div : {0, -5, 51, 1000000, INT_MAX, INT_MIN}) {
+    Recorder r;
+    const auto t0 = std::chrono::steady_clock::now();
+    r.DrawAxes({0, 0, 1000, 600}, L"T", -3.7f, 12.3f, div, L"x", 0, 1, div, L"y");
+    EXPECT_LT(std::chrono::steady_clock::now() - t0, std::chrono::milliseconds(200)) << div;
+    EXPECT_LE(r.texts.size(), 1000u / CAxesDrawerBase::kMinCellPixels + 600u / CAxesDrawerBase::kMinCellPixels + 2);
+  }
+}
+
+// The search gives what trying every candidate in order gives, also among
+// crowded, overlapping and tied rectangles, in both forms.
+TEST(Placement, SameAsTheExhaustiveSearch) {
+  auto exhaustive = [](tagRECT* rect, const tagRECT* bounds, std::vector<tagRECT>* used) {
+    tagRECT start = *rect, best = *rect;
+    float d = 3.4028235e38f;
+    for (const tagRECT& u : *used) {
+      const int above = u.top - start.bottom, below = u.bottom - start.top;
+      for (const auto& [dx, dy] : {std::pair<int, int>{0, above}, {0, below}, {u.right - start.left, 0},
+                                   {u.left - start.right, 0}})
+        Recorder::AddToRectStat(&start, dx, dy, &d, &best, bounds, used);
+      for (const int dy : {above, below})
+        for (const tagRECT& v : *used) {
+          Recorder::AddToRectStat(&start, v.right - start.left, dy, &d, &best, bounds, used);
+          Recorder::AddToRectStat(&start, v.left - start.right, dy, &d, &best, bounds, used);
+        }
+    }
+    *rect = best;
+    return d != 3.4028235e38f;
+  };
+  unsigned seed = 11;
+  auto next = [&](int n) { return static_cast<int>((seed = seed * 1103515245u + 12345u) >> 16) % n; };
+  for (int round = 0; round < 3000; ++round) {
+    const int grid = 1 + next(6);  // coarse grids give many equal distances
+    std::vector<tagRECT> used;
+    for (int k = next(40); k > 0; --k) {
+      const int x = next(20) * grid, y = next(20) * grid;
+      used.push_back({x, y, x + grid * (1 + next(6)), y + grid * (1 + next(3))});
+    }
+    const int x = next(20) * grid, y = next(20) * grid;
+    const tagRECT start = {x, y, x + grid * (1 + next(6)), y + grid * (1 + next(3))};
+    const tagRECT bounds = {0, 0, 20 * grid + next(3), 20 * grid + next(3)};
+    tagRECT a = start;
+    Recorder::CalculateClosestNonIntersectRect(&a, &bounds, &used);  // into the bounds
+    tagRECT b = a, c = start;
+    const bool expected = !Recorder::IsRectIntersects(&a, &used) || exhaustive(&b, &bounds, &used);
+    EXPECT_EQ(Recorder::CalculateClosestNonIntersectRect(&c, &bounds, &used), expected) << round;
+    EXPECT_TRUE(Same(c, b)) << round;
+  }
+}
+
+// Rectangles near the 32-bit limits: defined results, no overflow.
+TEST(Placement, RectanglesNearTheLimits) {
+  const int hi = INT_MAX, lo = INT_MIN;
+  const tagRECT rects[] = {{lo, lo, hi, hi}, {hi - 5, hi - 5, hi, hi}, {lo, lo, lo + 5, lo + 5}, {hi, 0, lo, 10},
+                           {0, 0, 10, 10},   {lo, 0, hi, 10},         {hi - 1, lo, hi, hi}};
+  for (const tagRECT& b : rects)
+    for (const tagRECT& r0 : rects) {
+      std::vector<tagRECT> used(std::begin(rects), std::end(rects));
+      tagRECT r = r0;
+      Recorder::CalculateClosestNonIntersectRect(&r, &b, &used);
+      r = r0;
+      Recorder::OffsetRectCenter(&r, hi, lo);
+      Recorder::OffsetRectToBoundsCenter(&r, lo, hi, &b);
+      Recorder::OffsetRectToBounds(&r, hi, lo, &b);
+      float best = 3.0e38f;
+      tagRECT bestRect = r0, probe = r0;
+      Recorder::AddToRectStat(&probe, hi, lo, &best, &bestRect, &b, &used);
+      std::vector<CRect> hostUsed(std::begin(rects), std::end(rects));
+      CRect host(r0), bounds(b);
+      COrvekGlobals::CalculateClosestNonIntersectRect(&host, bounds, &hostUsed);
+      EXPECT_GE(CAxesDrawerBase::GetX(r0, 0, 1, 1) ^ CAxesDrawerBase::GetY(r0, 0, 1, 1), lo);
+    }
+  // Far apart: the move to the free side is found and stays exact.
+  std::vector<tagRECT> used = {{lo, 0, 0, 10}};
+  tagRECT r = {lo + 10, 0, lo + 20, 10};
+  const tagRECT bounds = {lo, lo, hi, hi};
+  EXPECT_TRUE(Recorder::CalculateClosestNonIntersectRect(&r, &bounds, &used));
+  EXPECT_TRUE(Same(r, {lo + 10, -10, lo + 20, 0}));
 }

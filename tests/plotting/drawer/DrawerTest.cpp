@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
 #include <thread>
 #include <vector>
 
@@ -227,4 +231,109 @@ TEST(Drawer, IntakeRacesPaintWithoutTornState) {
   other.join();
   EXPECT_EQ(d.m_samples.size(), 1000u);
   d.m_pAxesBitmap = d.m_pFrameBitmap = nullptr;
+}
+
+// Samples that are not finite are no part of an automatic range, and a store
+// with no finite sample leaves the range as it is.
+TEST(Drawer, NonFiniteSamplesNeverPoisonTheRange) {
+  const double inf = std::numeric_limits<double>::infinity(), nan = std::nan("");
+  CGraphDrawer d;
+  std::vector<double> good = {1.0, 3.0, 2.0, 5.0, 4.0, 2.0};
+  d.SetData(good.data(), 6, 1, 0, 1);
+  const double lo = d.m_dYMin, hi = d.m_dYMax;
+  for (double bad : {-inf, inf, nan}) {
+    std::vector<double> block = good;
+    block[0] = block[3] = bad;  // lanes 0 and 3, and the first sample
+    d.SetData(block.data(), 6, 1, 0, 1);
+    EXPECT_TRUE(std::isfinite(d.m_dYMin) && std::isfinite(d.m_dYMax)) << bad;
+    double mn = 0, mx = 0;
+    d.GetDataMinMax(&mn, &mx);
+    EXPECT_EQ(mn, 2.0);
+    EXPECT_EQ(mx, 4.0);
+  }
+  std::vector<double> none(6, nan);
+  none[2] = -inf;
+  d.SetData(good.data(), 6, 1, 0, 1);
+  d.FitYRange(0, 1.0, 5.0);
+  const double lo2 = d.m_dYMin, hi2 = d.m_dYMax;
+  d.SetData(none.data(), 6, 1, 0, 1);
+  EXPECT_EQ(d.m_dYMin, lo2);
+  EXPECT_EQ(d.m_dYMax, hi2);
+  d.FitYRange(1, -inf, 3.0);
+  d.FitYRange(0, 0.0, nan);
+  d.FitYRange(0, -1.0e308, 1.0e308);  // a span beyond a double: the data alone
+  EXPECT_TRUE(std::isfinite(d.m_dYMin) && std::isfinite(d.m_dYMax));
+  d.m_bResetAdaptation = 1;
+  d.SetData(good.data(), 6, 1, 0, 1);
+  EXPECT_EQ(d.m_dYMin, lo);
+  EXPECT_EQ(d.m_dYMax, hi);
+}
+
+// Every entry point takes hostile arguments with a defined result; in a child
+// process, so that a crash is reported rather than ending the suite.
+void HostileDrawerCalls() {
+  CGraphDrawer d;
+  Gdiplus::Bitmap axes(64, 48), frame(64, 48);
+  d.m_pAxesBitmap = &axes;
+  d.m_pFrameBitmap = &frame;
+  std::vector<float> v(64, 1.0f);
+  const float nan = std::nanf(""), inf = std::numeric_limits<float>::infinity();
+  const struct {
+    int count, stride, history, curve, curves;
+  } intake[] = {{-1, 1, 8, 0, 1}, {8, 1, 8, -1, 1},      {8, 1, 8, 1, 1},       {8, 1, 8, 0, 0},
+                {8, 1, -8, 0, 1}, {8, 1, 1 << 28, 0, 2}, {8, 1, 8, 0, INT_MAX}, {8, 1, INT_MAX, 3, 1 << 10},
+                {0, 1, 8, 0, 1},  {8, 0, 8, 0, 2},       {8, -1, 8, 0, 1}};
+  for (const auto& c : intake) {
+    float* p = c.stride < 0 ? v.data() + 63 : v.data();
+    d.SetData(p, c.count, c.stride, c.curve, c.curves);
+    d.SetData<float>(nullptr, c.count, c.stride, c.curve, c.curves);
+    d.SetDataHistory(p, c.count, c.history, c.stride, c.curve, c.curves);
+    d.SetDataAvg(p, c.count, 0.5, c.stride, c.curve, c.curves);
+    d.SetDataHistoryCircular(p, c.count, c.history, c.stride, c.curve, c.curves);
+  }
+  const struct {
+    int x, y, w, h;
+  } plots[] = {{0, 0, 64, 48}, {0, 0, -64, -48}, {60, 40, -100, 10}, {INT_MAX - 5, 0, 64, 48}, {0, 0, 0, 0}};
+  const float bounds[] = {nan, inf, -inf, 3.0e38f, -1.0f};
+  const int divs[] = {0, -7, INT_MAX, INT_MIN, 1000000};
+  for (const auto& p : plots)
+    for (int k = 0; k < 5; ++k) {
+      d.m_rcPlot = Gdiplus::Rect(p.x, p.y, p.w, p.h);
+      d.SetROI(k - 2, 40 * k, bounds[k], -bounds[k], divs[k], bounds[k], 2.0 * k, bounds[k], 0.0f, divs[4 - k]);
+      d.SetROIAutoY(INT_MIN, INT_MAX, -bounds[k], bounds[k], divs[k], nan, inf, divs[k]);
+      d.SetHighlight(0, INT_MIN, INT_MAX, 1);
+      d.DrawCurves(&frame, &axes, INT_MIN, INT_MAX);
+      d.DrawCurves(&frame, &axes, INT_MAX, INT_MIN);
+      d.DrawPending();
+    }
+  d.m_pAxesBitmap = d.m_pFrameBitmap = nullptr;
+}
+
+TEST(Drawer, HostileArgumentsEndQuietly) {
+  EXPECT_EXIT(
+      {
+        HostileDrawerCalls();
+        std::exit(0);
+      },
+      testing::ExitedWithCode(0), "");
+}
+
+// Two drawers made, stroked and destroyed on two threads at once share one
+// pen table without a race.
+TEST(Drawer, PenTableFromTwoThreads) {
+  auto work = [] {
+    for (int i = 0; i < 40; ++i) {
+      CGraphDrawer d;
+      Gdiplus::Bitmap axes(32, 16), frame(32, 16);
+      d.m_rcPlot = Gdiplus::Rect(0, 0, 32, 16);
+      std::vector<float> v = {0.0f, 1.0f, 0.5f, 2.0f};
+      d.SetData(v.data(), 4, 1, 0, 1);
+      d.DrawCurves(&frame, &axes, 0, 4);
+    }
+  };
+  std::thread a(work), b(work);
+  a.join();
+  b.join();
+  EXPECT_EQ(CGraphDrawer::ms_nInstances, 0);
+  EXPECT_EQ(CGraphDrawer::ms_pPens, nullptr);
 }
