@@ -17,7 +17,11 @@ for src in fuzz/*.cpp; do
 done
 cmake --build build-fuzz -j "${JOBS:-2}" --target "${targets[@]}"
 
-work=$(mktemp -d "${TMPDIR:-/tmp}/orvek-fuzz-run-XXXXXX")
+# Files live in memory where it can: every whole-file write is flushed to
+# disk, and a busy disk would otherwise turn into libFuzzer timeouts.
+scratch=${TMPDIR:-/tmp}
+[ -z "${TMPDIR:-}" ] && [ -d /dev/shm ] && [ -w /dev/shm ] && scratch=/dev/shm
+work=$(mktemp -d "$scratch/orvek-fuzz-run-XXXXXX")
 trap 'rm -rf "$work"' EXIT
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
 [ -f .ci/lsan.supp ] && export LSAN_OPTIONS=suppressions=$root/.ci/lsan.supp
