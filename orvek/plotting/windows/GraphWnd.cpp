@@ -152,12 +152,7 @@ void CGraphWnd::DrawGraphAvg(int iCurve, const void* pData, int nCount, double d
   template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphHistory<T>(int, const void*, int, int, int);   \
   template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphHistoryCircular<T>(int, const void*, int, int, int); \
   template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphAvg<T>(int, const void*, int, double, int);
-ORVEK_GRAPHWND_INSTANTIATE(char)
-ORVEK_GRAPHWND_INSTANTIATE(short)
-ORVEK_GRAPHWND_INSTANTIATE(int)
-ORVEK_GRAPHWND_INSTANTIATE(float)
-ORVEK_GRAPHWND_INSTANTIATE(double)
-ORVEK_GRAPHWND_INSTANTIATE(unsigned char)
+ORVEK_PLOT_ELEMENT_TYPES(ORVEK_GRAPHWND_INSTANTIATE)
 #undef ORVEK_GRAPHWND_INSTANTIATE
 
 // ---- ranges and marks ----

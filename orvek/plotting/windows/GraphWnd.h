@@ -6,6 +6,7 @@
 #include <orvek/platform/core/Sync.h>
 #include <orvek/platform/core/Types.h>
 #include <orvek/platform/ui/Wnd.h>
+#include <orvek/plotting/drawer/PlotElementTypes.h>
 
 class CGraphDrawer;
 
@@ -95,10 +96,5 @@ class ORVEK_API CGraphWnd : public CWnd {
   extern template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphHistory<T>(int, const void*, int, int, int); \
   extern template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphHistoryCircular<T>(int, const void*, int, int, int); \
   extern template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphAvg<T>(int, const void*, int, double, int);
-ORVEK_GRAPHWND_EXTERN(char)
-ORVEK_GRAPHWND_EXTERN(short)
-ORVEK_GRAPHWND_EXTERN(int)
-ORVEK_GRAPHWND_EXTERN(float)
-ORVEK_GRAPHWND_EXTERN(double)
-ORVEK_GRAPHWND_EXTERN(unsigned char)
+ORVEK_PLOT_ELEMENT_TYPES(ORVEK_GRAPHWND_EXTERN)
 #undef ORVEK_GRAPHWND_EXTERN
