@@ -1,12 +1,7 @@
 #include "UiTest.h"
 
+#include <support/SessionEnvironment.h>
+
 namespace {
-// One application object for the whole program, made the way a host makes
-// it: through the library's start.
-class UiEnvironment : public ::testing::Environment {
- public:
-  void SetUp() override { ASSERT_EQ(S_OK, COrvekGlobals::StartUp()); }
-  void TearDown() override { COrvekGlobals::ShutDown(); }
-};
-const auto* g_env = ::testing::AddGlobalTestEnvironment(new UiEnvironment);
+const auto* g_session = AddSessionEnvironment();
 }  // namespace

@@ -1,11 +1,7 @@
 #include "DialogTest.h"
 
+#include <support/SessionEnvironment.h>
+
 namespace {
-// One application object for the whole program, made as a host makes it.
-class DialogEnvironment : public ::testing::Environment {
- public:
-  void SetUp() override { ASSERT_EQ(S_OK, COrvekGlobals::StartUp()); }
-  void TearDown() override { COrvekGlobals::ShutDown(); }
-};
-const auto* g_env = ::testing::AddGlobalTestEnvironment(new DialogEnvironment);
+const auto* g_session = AddSessionEnvironment();
 }  // namespace
