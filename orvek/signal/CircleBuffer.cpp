@@ -7,10 +7,10 @@ namespace {
 
 // Holds the ring's lock through the non-virtual entry points: Push and Pop of
 // short blocks are dominated by the cost of the lock.
-class CAccessGuard {
+class ORVEK_SCOPED_CAPABILITY CAccessGuard {
  public:
-  explicit CAccessGuard(CCriticalSection& cs) : m_cs(cs) { m_cs.Lock(); }
-  ~CAccessGuard() { m_cs.Unlock(); }
+  explicit CAccessGuard(CCriticalSection& cs) ORVEK_ACQUIRE(cs) : m_cs(cs) { m_cs.Lock(); }
+  ~CAccessGuard() ORVEK_RELEASE() { m_cs.Unlock(); }
   CAccessGuard(const CAccessGuard&) = delete;
   CAccessGuard& operator=(const CAccessGuard&) = delete;
 

@@ -45,20 +45,21 @@ class CCircleBuffer {
   LONG GetRdBuffer(int nCount, T** ppFirst, int* pFirstCount, T** ppSecond, int* pSecondCount);
   // Both positions to 0; storage and capacity stay.
   void Clear();
-  // Unlocked reads of the positions.
-  int GetRdPtr();
-  int GetWrPtr();
+  // Unlocked reads of the positions (relaxed atomic loads).
+  int GetRdPtr() ORVEK_NO_THREAD_SAFETY_ANALYSIS;
+  int GetWrPtr() ORVEK_NO_THREAD_SAFETY_ANALYSIS;
 
  protected:
-  T* m_pBuffer;
-  int m_nSize;
-  int m_nRdPtr;
-  int m_nWrPtr;
+  T* m_pBuffer ORVEK_GUARDED_BY(m_csAccess);
+  int m_nSize ORVEK_GUARDED_BY(m_csAccess);
+  int m_nRdPtr ORVEK_GUARDED_BY(m_csAccess);
+  int m_nWrPtr ORVEK_GUARDED_BY(m_csAccess);
   CCriticalSection m_csAccess;
 
  private:
-  LONG GetBuffer(int nPos, int nCount, T** ppFirst, int* pFirstCount, T** ppSecond, int* pSecondCount);
-  int Advance(int nPos, int nCount) const;
+  LONG GetBuffer(int nPos, int nCount, T** ppFirst, int* pFirstCount, T** ppSecond, int* pSecondCount)
+      ORVEK_REQUIRES(m_csAccess);
+  int Advance(int nPos, int nCount) const ORVEK_REQUIRES(m_csAccess);
 };
 
 extern template class ORVEK_TEMPLATE_API CCircleBuffer<char>;

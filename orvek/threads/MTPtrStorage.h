@@ -39,10 +39,10 @@ class ORVEK_API CMTPtrStorage {
   // instructions and never while waiting for an entry's lock.
   static CCriticalSection ms_csFnc;
   // The index is the handle.
-  static std::vector<tagPtrStruct*> ms_PtrStorage;
+  static std::vector<tagPtrStruct*> ms_PtrStorage ORVEK_GUARDED_BY(ms_csFnc);
 
  private:
-  static bool isValid(int nHandle);
+  static bool isValid(int nHandle) ORVEK_REQUIRES(ms_csFnc);
 
   friend class CMTPtrLock;
 };

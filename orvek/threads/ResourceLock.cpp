@@ -4,7 +4,8 @@
 
 CResourceLock::CResourceLock() : m_dwOwnerThread(0) {}
 
-CResourceLock::~CResourceLock() {
+// The owner's end releases the level it kept, which the analysis cannot see.
+CResourceLock::~CResourceLock() ORVEK_NO_THREAD_SAFETY_ANALYSIS {
   CSingleLock sl(&m_csResource, TRUE);
   // The owner destroying its own lock still holds the level taken in Lock;
   // a lock must not end while held.
@@ -38,14 +39,16 @@ void CResourceLock::Unlock() {
 // resource lock is taken: an owner holds the resource across the locker's
 // whole life, so taking the resource under the guard would put the two locks
 // in both orders.
-CResourceLocker::CResourceLocker(CResourceLock* pLock) : m_pLock(pLock), m_bLocked(0) {
+// The locker's bodies hold the resource conditionally (a null lock holds
+// nothing), which the analysis cannot follow; its callers are checked.
+CResourceLocker::CResourceLocker(CResourceLock* pLock) ORVEK_NO_THREAD_SAFETY_ANALYSIS : m_pLock(pLock), m_bLocked(0) {
   if (!m_pLock) return;
   m_pLock->Lock();
   CSingleLock guard(&m_csGuard, TRUE);
   m_bLocked = 1;
 }
 
-CResourceLocker::~CResourceLocker() {
+CResourceLocker::~CResourceLocker() ORVEK_NO_THREAD_SAFETY_ANALYSIS {
   int wasLocked;
   {
     CSingleLock guard(&m_csGuard, TRUE);
@@ -55,7 +58,7 @@ CResourceLocker::~CResourceLocker() {
   if (wasLocked) m_pLock->Unlock();
 }
 
-void CResourceLocker::Unlock() {
+void CResourceLocker::Unlock() ORVEK_NO_THREAD_SAFETY_ANALYSIS {
   if (!m_pLock) return;
   {
     CSingleLock guard(&m_csGuard, TRUE);

@@ -30,7 +30,7 @@ class ORVEK_API CTempObjects {
 
   static CCriticalSection ms_FncSection;
   // In order of registration. What is left at unload is not freed.
-  static std::vector<tagPtrInfo> ms_PtrInfo;
+  static std::vector<tagPtrInfo> ms_PtrInfo ORVEK_GUARDED_BY(ms_FncSection);
 
  private:
   static LONG DeletePtr(tagPtrInfo* pInfo);

@@ -85,7 +85,7 @@ class ORVEK_API CMessagePoster {
   void queue(const tagPostItem& item);
   LONG stop(DWORD dwTimeout);
 
-  std::deque<tagPostItem> m_Queue;
+  std::deque<tagPostItem> m_Queue ORVEK_GUARDED_BY(m_csQueue);
   // Lock order: m_csFnc, then m_csQueue. The poster thread takes only
   // m_csQueue.
   CCriticalSection m_csFnc;

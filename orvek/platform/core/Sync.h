@@ -4,6 +4,7 @@
 #include <exception>
 #include <mutex>
 
+#include <orvek/platform/core/ThreadSafety.h>
 #include <orvek/platform/core/Types.h>
 
 // The framework's exceptions. They derive from std::exception, so a host may
@@ -31,11 +32,11 @@ class ORVEK_API CResultException : public CException {
 // CMemoryException, any other CResultException with that code.
 [[noreturn]] ORVEK_API void ThrowLockCreationError(LONG systemError);
 
-class ORVEK_API CSyncObject {
+class ORVEK_API ORVEK_CAPABILITY("mutex") CSyncObject {
  public:
   virtual ~CSyncObject() = default;
-  virtual BOOL Lock(DWORD timeout = INFINITE) = 0;
-  virtual BOOL Unlock() = 0;
+  virtual BOOL Lock(DWORD timeout = INFINITE) ORVEK_ACQUIRE() = 0;
+  virtual BOOL Unlock() ORVEK_RELEASE() = 0;
 };
 
 namespace orvek_detail {
@@ -51,8 +52,9 @@ inline DWORD CurrentThreadId() {
 }
 }  // namespace orvek_detail
 
-// The framework's recursive lock.
-class ORVEK_API CCriticalSection : public CSyncObject {
+// The framework's recursive lock. Its own bodies sit below the analysis: they
+// are what the annotations of everyone else rest on.
+class ORVEK_API ORVEK_CAPABILITY("mutex") CCriticalSection : public CSyncObject {
  public:
   CCriticalSection();
   ~CCriticalSection() override;
@@ -60,7 +62,7 @@ class ORVEK_API CCriticalSection : public CSyncObject {
   CCriticalSection& operator=(const CCriticalSection&) = delete;
 
   // Inline: a lock taken many times a second must not pay for calls.
-  BOOL Lock() {
+  BOOL Lock() ORVEK_ACQUIRE() ORVEK_NO_THREAD_SAFETY_ANALYSIS {
     const DWORD me = Self();
     if (m_owner.load(std::memory_order_relaxed) == me) {
       ++m_depth;
@@ -72,9 +74,9 @@ class ORVEK_API CCriticalSection : public CSyncObject {
     return TRUE;
   }
   // The timeout is not used: a critical section waits until it has the lock.
-  BOOL Lock(DWORD) override { return Lock(); }
+  BOOL Lock(DWORD) override ORVEK_ACQUIRE() ORVEK_NO_THREAD_SAFETY_ANALYSIS { return Lock(); }
   // Only the owner may unlock; anyone else changes nothing.
-  BOOL Unlock() override {
+  BOOL Unlock() override ORVEK_RELEASE() ORVEK_NO_THREAD_SAFETY_ANALYSIS {
     if (m_owner.load(std::memory_order_relaxed) != Self()) return FALSE;
     if (--m_depth == 0) {
       m_owner.store(0, std::memory_order_relaxed);
@@ -83,7 +85,7 @@ class ORVEK_API CCriticalSection : public CSyncObject {
     return TRUE;
   }
   // Non-blocking attempt, for code that must not wait.
-  BOOL TryLock() {
+  BOOL TryLock() ORVEK_TRY_ACQUIRE(TRUE) ORVEK_NO_THREAD_SAFETY_ANALYSIS {
     const DWORD me = Self();
     if (m_owner.load(std::memory_order_relaxed) == me) {
       ++m_depth;
@@ -110,16 +112,17 @@ class ORVEK_API CCriticalSection : public CSyncObject {
 };
 
 // Scoped holder: with bInitialLock it locks at once, and it unlocks what it
-// holds when it ends.
-class ORVEK_API CSingleLock {
+// holds when it ends. The analysis takes every holder as made with
+// bInitialLock TRUE, the only way the library makes one.
+class ORVEK_API ORVEK_SCOPED_CAPABILITY CSingleLock {
  public:
-  explicit CSingleLock(CSyncObject* object, BOOL bInitialLock = FALSE);
-  ~CSingleLock();
+  explicit CSingleLock(CSyncObject* object, BOOL bInitialLock = FALSE) ORVEK_ACQUIRE(object);
+  ~CSingleLock() ORVEK_RELEASE();
   CSingleLock(const CSingleLock&) = delete;
   CSingleLock& operator=(const CSingleLock&) = delete;
 
-  BOOL Lock(DWORD timeout = INFINITE);
-  BOOL Unlock();
+  BOOL Lock(DWORD timeout = INFINITE) ORVEK_ACQUIRE();
+  BOOL Unlock() ORVEK_RELEASE();
   BOOL IsLocked() const { return m_bAcquired; }
 
  private:

@@ -74,7 +74,9 @@ class ORVEK_API CGraphWnd : public CWnd {
   void OnPaint(void) override;
   void OnTimer(UINT nIDEvent) override;
 
-  CGraphDrawer* m_pDrawer;   // owned, from Create to Destroy
+  // Owned, from Create to Destroy. Written under m_csDrawer on the window's
+  // thread, which also reads it without the lock, as the intake does.
+  CGraphDrawer* m_pDrawer;
   int m_nCurves;
   int m_nHistory;            // ring length of the history modes
   UINT_PTR m_nRedrawTimer;   // id of the running redraw timer, 0 when none
