@@ -8,6 +8,7 @@
 #include <orvek/platform/core/Rect.h>
 #include <orvek/platform/core/Strings.h>
 #include <orvek/platform/core/Sync.h>
+#include <orvek/platform/core/ThreadSafety.h>
 #include <orvek/platform/core/Types.h>
 #include <orvek/platform/gfx/Gdiplus.h>
 #include <orvek/platform/gfx/GraphicsSession.h>
