@@ -27,6 +27,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <random>
 #include <string>
 #include <thread>
@@ -236,9 +237,111 @@ std::wstring FramePath(const std::string& folder, const char* name, int index) {
   return std::wstring(path.GetString());
 }
 
+// The graphics session for the demo's whole run: opened first, closed last,
+// after every window object has gone.
+class CSession {
+ public:
+  CSession() : m_bOpen(COrvekGlobals::StartUp() == S_OK) {}
+  ~CSession() {
+    if (m_bOpen) COrvekGlobals::ShutDown();
+  }
+  CSession(const CSession&) = delete;
+  CSession& operator=(const CSession&) = delete;
+  bool IsOpen() const { return m_bOpen; }
+
+ private:
+  bool m_bOpen;
+};
+
+int Fail(const char* what) {
+  std::fprintf(stderr, "orvek_demo: %s\n", what);
+  return 1;
+}
+
+// Three graphs in one floating window: the spectrum with a fixed dB range,
+// the strip chart and the running average with Y following the data.
+std::unique_ptr<CGraphsWindow> MakeGraphs() {
+  // Wishes for the layout: the window keeps the sizes and the margin.
+  tagGraphWndInfo info[] = {
+      {{0, 0, 460, 280}, L"Spectrum of each block", L"kHz", L"dB", /*nCurves=*/1},
+      {{470, 0, 930, 280}, L"Strip chart: measured and clean", L"ms", L"volts", /*nCurves=*/2},
+      {{0, 290, 930, 570}, L"Running average of triggered captures", L"ms", L"volts", /*nCurves=*/2},
+  };
+  auto graphs = std::make_unique<CGraphsWindow>();
+  if (!graphs->Create(info, /*nGraphs=*/3, /*pParent=*/nullptr, /*fRedrawRate=*/25.0f)) return nullptr;
+  graphs->SetWindowTextW(L"Orvek demo: live signal");
+  const float spectrumKHz = static_cast<float>(kSpectrumBins * kSampleRate / kBlock / 1000.0);
+  const bool ranged =
+      graphs->SetROI(/*iGraph=*/0, /*iFrom=*/0, /*iTo=*/kSpectrumBins, /*fXMin=*/0.0f, /*fXMax=*/spectrumKHz,
+                     /*nXDivs=*/8, /*dYMin=*/-90.0, /*dYMax=*/10.0, /*fYAxisMin=*/-90.0f, /*fYAxisMax=*/10.0f,
+                     /*nYDivs=*/5) == S_OK &&
+      graphs->SetROIAutoY(/*iGraph=*/1, /*iFrom=*/0, /*iTo=*/kStripHistory, /*fXMin=*/0.0f,
+                          /*fXMax=*/static_cast<float>(kStripHistory * 1000.0 / kSampleRate), /*nXDivs=*/8,
+                          /*nYDivs=*/4) == S_OK &&
+      graphs->SetROIAutoY(/*iGraph=*/2, /*iFrom=*/0, /*iTo=*/kBlock, /*fXMin=*/0.0f,
+                          /*fXMax=*/static_cast<float>(kBlock * 1000.0 / kSampleRate), /*nXDivs=*/10,
+                          /*nYDivs=*/4) == S_OK;
+  if (!ranged) return nullptr;
+  graphs->ShowWindow();
+  return graphs;
+}
+
+// The sweep in a window of its own, just below the graphs.
+std::unique_ptr<CSweepWindow> MakeSweep(CGraphsWindow* graphs) {
+  auto sweep = std::make_unique<CSweepWindow>();
+  if (!sweep->Create(/*cx=*/950, /*cy=*/280)) return nullptr;
+  CRect above, own;
+  graphs->GetWindowRect(&above);
+  sweep->GetWindowRect(&own);
+  sweep->MoveWindow(above.left, above.bottom + 10, own.Width(), own.Height());
+  sweep->ShowWindow(SW_SHOW);
+  return sweep;
+}
+
+// The generator's parameters as a tuning dialog, with the values saved by
+// the last run. The dialog writes g_params in place; the generator copies it
+// at every block, so a move of a slider is heard within 10 ms.
+std::unique_ptr<CDlgParamTune> MakeTuning(const CStringW& valueFile) {
+  static tagParamChoice waves[] = {{0, L"Sine"}, {1, L"Square"}, {2, L"Triangle"}, {3, L"Sawtooth"}};
+  const tagParamInfoV2 tuned[] = {
+      {L"Signal", ePT_Group, nullptr, 0, 0, nullptr, nullptr, nullptr, 0},
+      {L"Gain", ePT_Float, &g_params.fGain, /*dMin=*/0.0, /*dMax=*/4.0, nullptr, nullptr, nullptr, 0},
+      {L"Freq, Hz", ePT_Float, &g_params.fFrequency, /*dMin=*/50.0, /*dMax=*/5000.0, nullptr, nullptr, nullptr, 0},
+      {L"Noise", ePT_Float, &g_params.fNoise, /*dMin=*/0.0, /*dMax=*/3.0, nullptr, nullptr, nullptr, 0},
+      {L"Filter", ePT_Group, nullptr, 0, 0, nullptr, nullptr, nullptr, 0},
+      {L"4 kHz low-pass", ePT_Bool, &g_params.bFilter, 0, 0, nullptr, nullptr, nullptr, 0},
+      {L"Wave", ePT_List, &g_params.nWaveform, 0, 0, nullptr, nullptr, waves, /*nChoices=*/4},
+  };
+  auto tuning = std::make_unique<CDlgParamTune>();
+  tuning->Create(tuned, static_cast<int>(sizeof tuned / sizeof tuned[0]), /*pfnNotify=*/nullptr,
+                 /*pContext=*/nullptr);
+  // A missing or foreign file changes nothing: the first run starts from the
+  // defaults in g_params.
+  (void)tuning->LoadParamValues(valueFile.GetString());
+  tuning->ShowWindow();
+  return tuning;
+}
+
+// Pumps the windows for the given seconds and saves a picture of each every
+// second; stops early once both plot windows are closed. The frames written.
+int SaveFrames(const tagOptions& opt, CGraphsWindow* graphs, CSweepWindow* sweep, CDlgParamTune* tuning) {
+  mkdir(opt.sOut.c_str(), 0777);
+  int frames = 0;
+  for (int s = 1; s <= opt.nSeconds; ++s) {
+    COrvekGlobals::PumpMessages(1000);
+    frames += graphs->SaveImage(FramePath(opt.sOut, "graphs", s).c_str()) == S_OK;
+    frames += sweep->SaveImage(FramePath(opt.sOut, "sweep", s).c_str()) == S_OK;
+    // The dialog's picture is a bonus: its absence is no failure.
+    if (tuning->IsWindowVisible()) (void)tuning->SaveClientImage(FramePath(opt.sOut, "tuning", s).c_str());
+    if (!::IsWindow(graphs->m_hWnd) && !::IsWindow(sweep->m_hWnd)) break;
+  }
+  return frames;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  // 1. Options; without a display the demo runs offscreen for 5 seconds.
   tagOptions opt;
   if (!ParseOptions(argc, argv, &opt)) {
     std::fprintf(stderr, "usage: %s [--offscreen] [--seconds N] [--out DIR]\n", argv[0]);
@@ -248,93 +351,39 @@ int main(int argc, char** argv) {
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
     if (opt.nSeconds == 0) opt.nSeconds = 5;
   }
-  if (COrvekGlobals::StartUp() != S_OK) {
-    std::fprintf(stderr, "no graphics session\n");
-    return 1;
-  }
-
-  // Wishes for the layout: the window keeps the sizes and the margin.
-  tagGraphWndInfo info[] = {
-      {{0, 0, 460, 280}, L"Spectrum of each block", L"kHz", L"dB", 1},
-      {{470, 0, 930, 280}, L"Strip chart: measured and clean", L"ms", L"volts", 2},
-      {{0, 290, 930, 570}, L"Running average of triggered captures", L"ms", L"volts", 2},
-  };
-  auto* graphs = new CGraphsWindow;
-  if (!graphs->Create(info, 3, nullptr, 25.0f)) {
-    std::fprintf(stderr, "the graph window could not be made\n");
-    return 1;
-  }
-  graphs->SetWindowTextW(L"Orvek demo: live signal");
-  graphs->SetROI(0, 0, kSpectrumBins, 0.0f, static_cast<float>(kSpectrumBins * kSampleRate / kBlock / 1000.0), 8, -90.0,
-                 10.0, -90.0f, 10.0f, 5);
-  graphs->SetROIAutoY(1, 0, kStripHistory, 0.0f, static_cast<float>(kStripHistory * 1000.0 / kSampleRate), 8, 4);
-  graphs->SetROIAutoY(2, 0, kBlock, 0.0f, static_cast<float>(kBlock * 1000.0 / kSampleRate), 10, 4);
-  graphs->ShowWindow();
-
-  auto* sweep = new CSweepWindow;
-  if (!sweep->Create(950, 280)) {
-    std::fprintf(stderr, "the sweep window could not be made\n");
-    return 1;
-  }
-  CRect rc;
-  graphs->GetWindowRect(&rc);
-  CRect sweepRc;
-  sweep->GetWindowRect(&sweepRc);
-  sweep->MoveWindow(rc.left, rc.bottom + 10, sweepRc.Width(), sweepRc.Height());
-  sweep->ShowWindow(SW_SHOW);
-
-  // The dialog writes g_params in place; the generator copies it at every
-  // block, so a move of a slider is heard within 10 ms.
-  tagParamChoice waves[] = {{0, L"Sine"}, {1, L"Square"}, {2, L"Triangle"}, {3, L"Sawtooth"}};
-  const tagParamInfoV2 tuned[] = {
-      {L"Signal", ePT_Group, nullptr, 0, 0, nullptr, nullptr, nullptr, 0},
-      {L"Gain", ePT_Float, &g_params.fGain, 0.0, 4.0, nullptr, nullptr, nullptr, 0},
-      {L"Freq, Hz", ePT_Float, &g_params.fFrequency, 50.0, 5000.0, nullptr, nullptr, nullptr, 0},
-      {L"Noise", ePT_Float, &g_params.fNoise, 0.0, 3.0, nullptr, nullptr, nullptr, 0},
-      {L"Filter", ePT_Group, nullptr, 0, 0, nullptr, nullptr, nullptr, 0},
-      {L"4 kHz low-pass", ePT_Bool, &g_params.bFilter, 0, 0, nullptr, nullptr, nullptr, 0},
-      {L"Wave", ePT_List, &g_params.nWaveform, 0, 0, nullptr, nullptr, waves, 4},
-  };
-  // A full path, so that the load does not move the current folder.
+  // 2. The graphics session, closed after every window below has gone.
+  CSession session;
+  if (!session.IsOpen()) return Fail("no graphics session (no display? try --offscreen)");
+  // 3. The three graphs, 4. the sweep, 5. the tuning dialog.
+  const std::unique_ptr<CGraphsWindow> graphs = MakeGraphs();
+  if (!graphs) return Fail("the graph window could not be made");
+  const std::unique_ptr<CSweepWindow> sweep = MakeSweep(graphs.get());
+  if (!sweep) return Fail("the sweep window could not be made");
+  // A full path, so that loading and saving do not move the current folder.
   const CStringW valueFile = COrvekGlobals::GetApplicationPath() + L"orvek_demo.ini";
-  auto* tuning = new CDlgParamTune;
-  tuning->Create(tuned, static_cast<int>(sizeof tuned / sizeof tuned[0]), nullptr, nullptr);
-  tuning->LoadParamValues(valueFile.GetString());  // a missing file changes nothing
-  tuning->ShowWindow();
-
+  const std::unique_ptr<CDlgParamTune> tuning = MakeTuning(valueFile);
+  // 6. A host thread feeds the windows in real time.
   std::atomic<bool> stop{false};
-  CGenerator generator(graphs, sweep);
+  CGenerator generator(graphs.get(), sweep.get());
   const auto start = std::chrono::steady_clock::now();
   std::thread worker([&] { generator.Run(stop); });
-
+  // 7. Frames for a while, or the windows until the user closes them.
   int frames = 0;
-  if (opt.nSeconds > 0) {
-    mkdir(opt.sOut.c_str(), 0777);
-    for (int s = 1; s <= opt.nSeconds; ++s) {
-      COrvekGlobals::PumpMessages(1000);
-      const bool a = graphs->SaveImage(FramePath(opt.sOut, "graphs", s).c_str()) == S_OK;
-      const bool b = sweep->SaveImage(FramePath(opt.sOut, "sweep", s).c_str()) == S_OK;
-      frames += a + b;
-      if (tuning->IsWindowVisible()) tuning->SaveClientImage(FramePath(opt.sOut, "tuning", s).c_str());
-      if (!::IsWindow(graphs->m_hWnd) && !::IsWindow(sweep->m_hWnd)) break;
-    }
-  } else {
-    COrvekGlobals::RunMessageLoop();
-  }
-
+  if (opt.nSeconds > 0)
+    frames = SaveFrames(opt, graphs.get(), sweep.get(), tuning.get());
+  else
+    (void)COrvekGlobals::RunMessageLoop();  // the exit code of WM_QUIT means nothing here
+  // 8. The feeding stops before any window object goes.
   stop = true;
   worker.join();
+  // 9. What was fed and written.
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   std::printf("fed %lld blocks of %d samples in %.1f s: %.0f samples per second\n", generator.Blocks(), kBlock,
               seconds, generator.Blocks() * kBlock / seconds);
   if (opt.nSeconds > 0) std::printf("wrote %d frames to %s/\n", frames, opt.sOut.c_str());
-
+  // 10. The tuned values for the next run.
   if (tuning->SaveParamValues(valueFile.GetString()) == S_OK)
     std::printf("tuned values saved to %s\n", CStringA(valueFile).GetString());
-  delete tuning;
-  graphs->Destroy();
-  delete graphs;
-  delete sweep;
-  COrvekGlobals::ShutDown();
+  // 11. The windows end with their objects, 12. then the session.
   return opt.nSeconds > 0 && frames == 0 ? 1 : 0;
 }
