@@ -100,7 +100,10 @@ int main(int argc, char** argv) {
       {L"Signal", ePT_Group, nullptr, 0, 0, nullptr, nullptr, nullptr, 0},
       {L"Wave", ePT_List, &gen.waveform, 0, 0, nullptr, nullptr, waves, 3},
       {L"Gain", ePT_Float, &gen.gain, 0.0, 4.0, nullptr, nullptr, nullptr, 0},
-      {L"Freq, Hz", ePT_Float, &gen.frequency, 1.0, 1000.0, nullptr, nullptr, nullptr, 0},
+      // Steps spread evenly in the logarithm: one position is 2.5 % up or
+      // down anywhere; double-click the value (or press Enter on the slider)
+      // to type an exact frequency.
+      {L"Freq, Hz", ePT_LogFloat, &gen.frequency, 10.0, 4000.0, nullptr, nullptr, nullptr, 0},
       {L"Noise, %", ePT_Float, &gen.noise, 0.0, 100.0, nullptr, nullptr, nullptr, 0},
       {L"Filter", ePT_Group, nullptr, 0, 0, nullptr, nullptr, nullptr, 0},
       {L"Moving average on", ePT_Bool, &gen.filter, 0, 0, nullptr, nullptr, nullptr, 0},
@@ -110,6 +113,7 @@ int main(int argc, char** argv) {
   int result = 0;
   {
     CDlgParamTune dialog;
+    dialog.SetTitle(L"Generator");
     dialog.Create(params, static_cast<int>(sizeof params / sizeof params[0]), &OnChanged, &gen);
     dialog.LoadParamValues(kValueFile);  // a missing file changes nothing
     dialog.ShowWindow();

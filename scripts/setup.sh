@@ -12,11 +12,14 @@ shift || true
 
 PACKAGES=(
   build-essential cmake ninja-build pkg-config git
-  qt6-base-dev qt6-base-dev-tools libgl-dev libx11-dev fonts-dejavu-core
+  qt6-base-dev qt6-base-dev-tools libgl-dev libx11-dev fonts-dejavu-core fonts-liberation2
   libgtest-dev libgmock-dev libbenchmark-dev
   libboost-dev libsimpleini-dev libinih-dev
+  libqcustomplot-dev libqcustomplot2.1-qt6  # the plotting benchmark's peer
   clang libclang-rt-14-dev libomp-dev
   xvfb xauth qt6-qpa-plugins libxcb-cursor0
+  doxygen   # the API reference (target doc)
+  dpkg-dev  # dpkg-shlibdeps, which fills in the .deb's run-time dependencies
 )
 
 install_missing() {

@@ -84,7 +84,7 @@ int CGraphsWindow::Create(tagGraphWndInfo* pInfo, int nGraphs, CWnd* pParent, fl
 
   CRect rcWindow(0, 0, cx, cy);
   AdjustWindowRectEx(&rcWindow, kStyle, FALSE, kExStyle);
-  if (!CreateEx(kExStyle, wndClass, L"", kStyle, rcWindow, pParent, 0)) return 0;
+  if (!CreateEx(kExStyle, wndClass, m_title.GetString(), kStyle, rcWindow, pParent, 0)) return 0;
 
   CSingleLock lock(&m_csGraphs, TRUE);
   m_graphs.resize(static_cast<std::size_t>(nGraphs), nullptr);
@@ -197,12 +197,7 @@ LONG CGraphsWindow::DrawGraphAvg(int iGraph, const void* pData, int nCount, doub
   template ORVEK_TEMPLATE_API LONG CGraphsWindow::DrawGraph<T>(int, const void*, int, int, int);          \
   template ORVEK_TEMPLATE_API LONG CGraphsWindow::DrawGraphHistory<T>(int, const void*, int, int, int, int); \
   template ORVEK_TEMPLATE_API LONG CGraphsWindow::DrawGraphAvg<T>(int, const void*, int, double, int, int);
-ORVEK_GRAPHSWINDOW_INSTANTIATE(char)
-ORVEK_GRAPHSWINDOW_INSTANTIATE(short)
-ORVEK_GRAPHSWINDOW_INSTANTIATE(int)
-ORVEK_GRAPHSWINDOW_INSTANTIATE(float)
-ORVEK_GRAPHSWINDOW_INSTANTIATE(double)
-ORVEK_GRAPHSWINDOW_INSTANTIATE(unsigned char)
+ORVEK_PLOT_ELEMENT_TYPES(ORVEK_GRAPHSWINDOW_INSTANTIATE)
 #undef ORVEK_GRAPHSWINDOW_INSTANTIATE
 
 LONG CGraphsWindow::SaveImage(const wchar_t* pszPath) {
@@ -215,4 +210,9 @@ void CGraphsWindow::OnDestroy(void) {
   UnregisterToolWindow(m_hWnd);
   Destroy();
   CWnd::OnDestroy();
+}
+
+void CGraphsWindow::SetTitle(const wchar_t* pszTitle) {
+  m_title = pszTitle ? pszTitle : L"";
+  if (::IsWindow(m_hWnd)) SetWindowTextW(m_title);
 }

@@ -7,6 +7,7 @@
 #include <orvek/platform/core/Types.h>
 #include <orvek/platform/ui/Gdi.h>
 #include <orvek/platform/ui/Wnd.h>
+#include <orvek/plotting/drawer/PlotElementTypes.h>
 #include <orvek/plotting/windows/GraphWnd.h>
 
 // A floating tool window with a black ground that holds several graphs.
@@ -37,6 +38,9 @@ class ORVEK_API CGraphsWindow : public CWnd {
   // shows it.
   void ShowWindow(void);
   void HideWindow(void);
+  // The window's title, empty by default: a window that exists takes it at
+  // once (call on the window's thread), a later Create uses it. Null is empty.
+  void SetTitle(const wchar_t* pszTitle);
 
   // 1 when the graph has nothing waiting for a paint, or for an index
   // outside the list or without a graph.
@@ -76,10 +80,11 @@ class ORVEK_API CGraphsWindow : public CWnd {
   void OnClose(void) override;
   void OnDestroy(void) override;
 
-  std::vector<CGraphWnd*> m_graphs;  // owned; null where a description asked for no graph
+  std::vector<CGraphWnd*> m_graphs ORVEK_GUARDED_BY(m_csGraphs);  // owned; null where a description asked for no graph
   HBRUSH m_hBrush;                   // ground of the window class
   CCriticalSection m_csGraphs;       // m_graphs, m_rects and every call through them
-  std::vector<tagRECT> m_rects;      // final rectangle of each description
+  std::vector<tagRECT> m_rects ORVEK_GUARDED_BY(m_csGraphs);  // final rectangle of each description
+  CStringW m_title;                  // given by SetTitle
 
  protected:
   // The host uses ShowWindow() and HideWindow().
@@ -90,10 +95,5 @@ class ORVEK_API CGraphsWindow : public CWnd {
   extern template ORVEK_TEMPLATE_API LONG CGraphsWindow::DrawGraph<T>(int, const void*, int, int, int);         \
   extern template ORVEK_TEMPLATE_API LONG CGraphsWindow::DrawGraphHistory<T>(int, const void*, int, int, int, int); \
   extern template ORVEK_TEMPLATE_API LONG CGraphsWindow::DrawGraphAvg<T>(int, const void*, int, double, int, int);
-ORVEK_GRAPHSWINDOW_EXTERN(char)
-ORVEK_GRAPHSWINDOW_EXTERN(short)
-ORVEK_GRAPHSWINDOW_EXTERN(int)
-ORVEK_GRAPHSWINDOW_EXTERN(float)
-ORVEK_GRAPHSWINDOW_EXTERN(double)
-ORVEK_GRAPHSWINDOW_EXTERN(unsigned char)
+ORVEK_PLOT_ELEMENT_TYPES(ORVEK_GRAPHSWINDOW_EXTERN)
 #undef ORVEK_GRAPHSWINDOW_EXTERN

@@ -1,12 +1,14 @@
 #include <orvek/tuning/dialog/DlgParamTune.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include <orvek/frame/OrvekGlobals.h>
 #include <orvek/platform/core/File.h>
 #include <orvek/platform/core/Kernel.h>
 #include <orvek/platform/core/Module.h>
 #include <orvek/persistence/IniFile.h>
+#include <orvek/tuning/dialog/DialogText_p.h>
 #include <orvek/tuning/model/ParamRules.h>
 #include <orvek/tuning/placement/ToolWindows_p.h>
 
@@ -53,17 +55,50 @@ bool validCount(const void* pParams, int nCount) {
 // this long still fit in an int.
 constexpr long long kMaxWindowSide = 1 << 24;
 
+// A slider whose value text had to grow keeps at least this width.
+constexpr int kMinSliderWidth = 40;
+
+bool isSliderKind(eParamTypeV2 t) { return t == ePT_Float || t == ePT_Int || t == ePT_LogFloat; }
+bool isFloatKind(eParamTypeV2 t) { return t == ePT_Float || t == ePT_LogFloat; }
+
+int floatPos(const tagParamInfoV2& p, float value) {
+  return p.eType == ePT_LogFloat ? LogFloatToPos(value, p.dMin, p.dMax) : FloatToPos(value, p.dMin, p.dMax);
+}
+float posFloat(const tagParamInfoV2& p, int pos) {
+  return p.eType == ePT_LogFloat ? LogPosToFloat(pos, p.dMin, p.dMax) : PosToFloat(pos, p.dMin, p.dMax);
+}
+
+// The host's title (or the default), followed by the name of a single group.
+CStringW captionOf(const CStringW& title, const std::vector<tagParamInfoV2>& params, int nGroups) {
+  CStringW caption(title.GetLength() ? title.GetString() : kTitle);
+  if (nGroups == 1 && !params.empty() && params.front().eType == ePT_Group) {
+    caption += L" - ";
+    caption += params.front().pszName;
+  }
+  return caption;
+}
+
+CRect clientRectOf(CWnd& dialog, CWnd& child) {
+  CRect r;
+  child.GetWindowRect(&r);
+  dialog.ScreenToClient(&r);
+  return r;
+}
+
 }  // namespace
 
 CDlgParamTune::CDlgParamTune()
     : m_updateTimer(0), m_pStrings(nullptr), m_pfnNotify(nullptr), m_pNotifyContext(nullptr), m_pfnElapse(nullptr),
-      m_pElapseContext(nullptr), m_bDirty(FALSE), m_pNotify(nullptr) {
+      m_pElapseContext(nullptr), m_bDirty(FALSE), m_pNotify(nullptr),
+      m_editor(new tuning_text::ValueEditor([this](int i) { EditParamValue(i); })) {
+  tuning_text::PreferMetricFace();
   m_font.CreateFontW(8, 0, 0, 0, FW_NORMAL, 0, 0, 0, ANSI_CHARSET, OUT_DEFAULT_PRECIS, CLIP_DEFAULT_PRECIS,
                      PROOF_QUALITY, DEFAULT_PITCH | FF_DONTCARE, L"MS Sans Serif");
 }
 
 CDlgParamTune::~CDlgParamTune() {
   CSingleLock lock(&m_lock, TRUE);
+  m_editor->Close();
   // While this class is whole, so that its own OnDestroy unlists the window.
   if (m_hWnd) DestroyWindow();
   for (tagParamControls* c : m_controls) delete c;
@@ -164,6 +199,15 @@ const wchar_t* CDlgParamTune::GetTypeFormatString(eParamTypeV2 eType) {
   return TypeFormat(eType);
 }
 
+void CDlgParamTune::SetTitle(const wchar_t* pszTitle) {
+  CSingleLock lock(&m_lock, TRUE);
+  m_title = pszTitle ? pszTitle : L"";
+  if (!::IsWindow(m_hWnd)) return;
+  int nGroups = 0, nItems = 0;
+  CountGroups(m_params, &nGroups, &nItems);
+  SetWindowTextW(captionOf(m_title, m_params, nGroups));
+}
+
 void CDlgParamTune::SaveParamInfo() {
   CSingleLock lock(&m_lock, TRUE);
   SavePool(&m_params, &m_choiceBlocks, &m_pStrings);
@@ -210,7 +254,8 @@ void CDlgParamTune::Create(PFN_PARAM_NOTIFY pfnNotify, void* pContext) {
   }
 
   const wchar_t* cls = AfxRegisterWndClass(kClassStyle, nullptr, GetSysColorBrush(COLOR_BTNFACE), nullptr);
-  CreateEx(GetWindowStyleEx(), cls, kTitle, kWindowStyle, CRect(0, 0, 0, 0), GetWindowParent(), 0);
+  CreateEx(GetWindowStyleEx(), cls, m_title.GetLength() ? m_title.GetString() : kTitle, kWindowStyle, CRect(0, 0, 0, 0),
+           GetWindowParent(), 0);
   if (::IsWindow(m_tab.m_hWnd)) m_tab.DestroyWindow();
 
   const bool firstIsGroup = !m_params.empty() && m_params.front().eType == ePT_Group;
@@ -245,9 +290,11 @@ void CDlgParamTune::Create(PFN_PARAM_NOTIFY pfnNotify, void* pContext) {
     const UINT id = static_cast<UINT>(i + 1);
     switch (info.eType) {
       case ePT_Float:
+      case ePT_LogFloat:
       case ePT_Int:
         c->label.Create(info.pszName, WS_CHILD, cell(0, 0, LABEL_WIDTH, ITEM_HEIGHT), this, id);
         c->label.SetFont(&m_font, TRUE);
+        tuning_text::FitOneLine(c->label, info.pszName);
         c->slider.Create(WS_CHILD, cell(LABEL_WIDTH, 0, ITEM_WIDTH - VALUE_WIDTH, ITEM_HEIGHT), this, id);
         if (info.eType == ePT_Int)
           c->slider.SetRange(TruncToInt(info.dMin), TruncToInt(info.dMax), FALSE);
@@ -256,14 +303,18 @@ void CDlgParamTune::Create(PFN_PARAM_NOTIFY pfnNotify, void* pContext) {
         c->valueText.Create(L"11", WS_CHILD | SS_CENTER, cell(ITEM_WIDTH - VALUE_WIDTH, 0, ITEM_WIDTH, ITEM_HEIGHT),
                             this, id);
         c->valueText.SetFont(&m_font, TRUE);
+        tuning_text::SetSingleLine(c->valueText);
+        m_editor->Watch(c->slider, c->valueText, static_cast<int>(i));
         break;
       case ePT_Bool:
         c->check.Create(info.pszName, WS_CHILD | BS_CHECKBOX | BS_CENTER, cell(0, 0, ITEM_WIDTH, ITEM_HEIGHT), this, id);
         c->check.SetFont(&m_font, TRUE);
+        tuning_text::FitOneLine(c->check, info.pszName);
         break;
       case ePT_List:
         c->label.Create(info.pszName, WS_CHILD, cell(0, 0, LABEL_WIDTH, ITEM_HEIGHT), this, id);
         c->label.SetFont(&m_font, TRUE);
+        tuning_text::FitOneLine(c->label, info.pszName);
         c->list.Create(WS_CHILD | CBS_DROPDOWNLIST, cell(LABEL_WIDTH, 0, ITEM_WIDTH, LIST_HEIGHT), this, id);
         for (int k = 0; k < info.nChoices; ++k) c->list.AddString(info.pChoices[k].pszText);
         break;
@@ -308,12 +359,7 @@ void CDlgParamTune::UpdateWindowRectCaption(int nColumns, int nRows, int nGroups
   CalcWindowRect(&r, adjustBorder);
   MoveWindow(&r, FALSE);
 
-  CStringW title(kTitle);
-  if (nGroups == 1 && !m_params.empty() && m_params.front().eType == ePT_Group) {
-    title += L" - ";
-    title += m_params.front().pszName;
-  }
-  SetWindowTextW(title);
+  SetWindowTextW(captionOf(m_title, m_params, nGroups));
   if (pnOffsetX) *pnOffsetX = offsetX;
   if (pnOffsetY) *pnOffsetY = offsetY;
 }
@@ -336,6 +382,7 @@ void CDlgParamTune::ShowGroup(int nGroup) {
     if (!c && m_params[i].eType != ePT_Group) continue;
     switch (m_params[i].eType) {
       case ePT_Float:
+      case ePT_LogFloat:
       case ePT_Int:
         c->slider.ShowWindow(cmd);
         c->valueText.ShowWindow(cmd);
@@ -367,15 +414,18 @@ void CDlgParamTune::UpdateInterface() {
     // Controls left from before a change of the list wait for the rebuild.
     tagParamControls* c = CurrentControls(i);
     if (!c || !p.pValue) continue;
+    // An open editor keeps what the user is typing.
+    if (m_editor->EditingIndex() == static_cast<int>(i)) continue;
     switch (p.eType) {
-      case ePT_Float: {
+      case ePT_Float:
+      case ePT_LogFloat: {
         if (focus == &c->slider) break;
         // Read once and written back only when the clamp moved it: a value
         // that the host stored meanwhile is never replaced by an older one.
         const float value = load(floatOf(p));
         const float clamped = ClampFloat(value, p.dMin, p.dMax);
         if (!(clamped == value)) store(floatOf(p), clamped);
-        c->slider.SendMessage(TBM_SETPOS, TRUE, FloatToPos(clamped, p.dMin, p.dMax));
+        c->slider.SendMessage(TBM_SETPOS, TRUE, floatPos(p, clamped));
         UpdateFloatParamVal(static_cast<int>(i));
         break;
       }
@@ -417,14 +467,85 @@ void CDlgParamTune::UpdateFloatParamVal(int nIndex) {
   tagParamControls* c = nIndex < 0 ? nullptr : CurrentControls(static_cast<std::size_t>(nIndex));
   if (!c || !c->pValue) return;
   const tagParamInfoV2& p = m_params[static_cast<std::size_t>(nIndex)];
-  c->valueText.SetWindowTextW(FloatText(load(floatOf(p)), p.dMin, p.dMax));
+  c->valueText.SetWindowTextW(ValueText(p.eType, load(floatOf(p)), p.dMin, p.dMax));
+  FitValueCell(c, p);
 }
 
 void CDlgParamTune::UpdateIntParamVal(int nIndex) {
   CSingleLock lock(&m_lock, TRUE);
   tagParamControls* c = nIndex < 0 ? nullptr : CurrentControls(static_cast<std::size_t>(nIndex));
   if (!c || !c->pValue) return;
-  c->valueText.SetWindowTextW(IntText(load(intOf(m_params[static_cast<std::size_t>(nIndex)]))));
+  const tagParamInfoV2& p = m_params[static_cast<std::size_t>(nIndex)];
+  c->valueText.SetWindowTextW(IntText(load(intOf(p))));
+  FitValueCell(c, p);
+}
+
+void CDlgParamTune::FitValueCell(tagParamControls* c, const tagParamInfoV2& p) {
+  if (!::IsWindow(c->valueText.m_hWnd) || !::IsWindow(c->slider.m_hWnd)) return;
+  // The widest text lies at a bound: digits are equally wide, and the
+  // clamp keeps every value between the two.
+  CStringW lo, hi, now;
+  if (p.eType == ePT_Int) {
+    lo = IntText(TruncToInt(p.dMin));
+    hi = IntText(TruncToInt(p.dMax));
+  } else {
+    lo = ValueText(p.eType, static_cast<float>(p.dMin), p.dMin, p.dMax);
+    hi = ValueText(p.eType, static_cast<float>(p.dMax), p.dMin, p.dMax);
+  }
+  c->valueText.GetWindowTextW(now);
+  const int need = tuning_text::FitTexts(c->valueText, {lo.GetString(), hi.GetString(), now.GetString()}, VALUE_WIDTH);
+  const int width = std::min(std::max(need, VALUE_WIDTH), ITEM_WIDTH - LABEL_WIDTH - kMinSliderWidth);
+  const CRect v = clientRectOf(*this, c->valueText), s = clientRectOf(*this, c->slider);
+  if (v.Width() == width) return;
+  c->slider.MoveWindow(s.left, s.top, v.right - width - s.left, s.Height(), FALSE);
+  c->valueText.MoveWindow(v.right - width, v.top, width, v.Height(), FALSE);
+}
+
+BOOL CDlgParamTune::EditParamValue(int nIndex) {
+  CSingleLock lock(&m_lock, TRUE);
+  tagParamControls* c = nIndex < 0 ? nullptr : CurrentControls(static_cast<std::size_t>(nIndex));
+  if (!c || !::IsWindow(m_hWnd) || !::IsWindow(c->slider.m_hWnd)) return FALSE;
+  const tagParamInfoV2& p = m_params[static_cast<std::size_t>(nIndex)];
+  if (!p.pValue || !isSliderKind(p.eType)) return FALSE;
+  const CRect s = clientRectOf(*this, c->slider), v = clientRectOf(*this, c->valueText);
+  CStringW text;
+  c->valueText.GetWindowTextW(text);
+  m_editor->Open(*this, RECT{s.left, s.top, v.right, v.bottom}, text, nIndex,
+                 [this, nIndex](const std::wstring& typed) { return CommitTypedValue(nIndex, typed); });
+  return TRUE;
+}
+
+int CDlgParamTune::GetEditedParam() const { return m_editor->EditingIndex(); }
+
+bool CDlgParamTune::CommitTypedValue(int nIndex, const std::wstring& text) {
+  CSingleLock lock(&m_lock, TRUE);
+  double typed = 0.0;
+  if (!tuning_text::ParseNumber(text, &typed)) return false;
+  // The list changed under the editor: it closes and writes nothing.
+  tagParamControls* c = nIndex < 0 ? nullptr : CurrentControls(static_cast<std::size_t>(nIndex));
+  if (!c) return true;
+  const tagParamInfoV2& p = m_params[static_cast<std::size_t>(nIndex)];
+  if (!p.pValue || !isSliderKind(p.eType)) return true;
+  bool changed;
+  if (isFloatKind(p.eType)) {
+    // Kept exact, also between two slider positions; the slider shows the
+    // position below it.
+    const float before = load(floatOf(p)), after = ClampFloat(static_cast<float>(typed), p.dMin, p.dMax);
+    store(floatOf(p), after);
+    c->slider.SendMessage(TBM_SETPOS, TRUE, floatPos(p, after));
+    UpdateFloatParamVal(nIndex);
+    changed = !(after == before);
+  } else {
+    // A typed fraction goes to the nearest integer.
+    const int before = load(intOf(p)), after = ClampInt(TruncToInt(std::floor(typed + 0.5)), p.dMin, p.dMax);
+    store(intOf(p), after);
+    c->slider.SendMessage(TBM_SETPOS, TRUE, after);
+    UpdateIntParamVal(nIndex);
+    changed = after != before;
+  }
+  m_bDirty = TRUE;
+  if (changed) OnParamChangeNotify(nIndex);
+  return true;
 }
 
 // ---- interaction ---------------------------------------------------------------------
@@ -438,10 +559,10 @@ void CDlgParamTune::OnHScroll(UINT nSBCode, UINT nPos, CScrollBar* pScrollBar) {
   if (!CurrentControls(static_cast<std::size_t>(index))) return;
   const tagParamInfoV2& p = m_params[static_cast<std::size_t>(index)];
   bool changed = false;
-  if (p.pValue && (p.eType == ePT_Float || p.eType == ePT_Int)) {
+  if (p.pValue && isSliderKind(p.eType)) {
     const int pos = static_cast<int>(pScrollBar->SendMessage(TBM_GETPOS));
-    if (p.eType == ePT_Float) {
-      const float before = load(floatOf(p)), after = PosToFloat(pos, p.dMin, p.dMax);
+    if (isFloatKind(p.eType)) {
+      const float before = load(floatOf(p)), after = posFloat(p, pos);
       store(floatOf(p), after);
       UpdateFloatParamVal(index);
       changed = !(after == before);
@@ -620,7 +741,8 @@ LONG CDlgParamTune::SaveParamValues(const char* pszPath) {
     if (!p.pValue) continue;
     // Taken with one read each, as the refresh does.
     switch (p.eType) {
-      case ePT_Float: {
+      case ePT_Float:
+      case ePT_LogFloat: {
         float value = load(floatOf(p));
         ini.WriteParam(section.GetString(), p.pszName, &value);
         break;
@@ -661,7 +783,7 @@ LONG CDlgParamTune::LoadParamValues(const char* pszPath) {
     }
     if (!p.pValue) continue;
     bool changed = false;
-    if (p.eType == ePT_Float) {
+    if (isFloatKind(p.eType)) {
       float read = 0.0f;
       if (ini.ReadParam(section.GetString(), p.pszName, &read) == S_OK && !(read == load(floatOf(p)))) {
         store(floatOf(p), read);

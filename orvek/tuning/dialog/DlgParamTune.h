@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <vector>
 
 #include <orvek/platform/core/Strings.h>
@@ -14,6 +15,10 @@
 // window's own thread: wParam the dialog-wide change callback, lParam its
 // context.
 constexpr UINT WM_REBUILD_PARAMS = WM_USER + 1;
+
+namespace tuning_text {
+class ValueEditor;
+}
 
 // The controls of one entry of the list. Only those of the entry's kind get a
 // window: label, slider and value text for a float or an integer, the check
@@ -97,6 +102,23 @@ class ORVEK_API CDlgParamTune : public CWnd {
   // The print format of a kind: "%f", "%d", or an empty text for a group
   // header and for a number that is no kind.
   const wchar_t* GetTypeFormatString(eParamTypeV2 eType);
+  // The window's title; null or empty gives the default title back. A
+  // window that exists takes it at once (call on the window's thread), a
+  // later one at its build. A single group's name still follows it.
+  void SetTitle(const wchar_t* pszTitle);
+
+  // ---- typed values ----
+
+  // Opens the editor of a float, logarithmic float or integer entry over
+  // its slider, as a double click on its value text or Enter on its focused
+  // slider does: Enter writes the typed number, clamped to the bounds, as a
+  // slider move would (dirty flag, paced callbacks); Escape leaves the
+  // variable alone. A typed value between slider positions stays exact until
+  // the slider is moved. False for another kind or a stale index. Window's
+  // thread only.
+  BOOL EditParamValue(int nIndex);
+  // The entry whose editor is open, or -1.
+  int GetEditedParam() const;
 
   // ---- the window ----
 
@@ -168,8 +190,16 @@ class ORVEK_API CDlgParamTune : public CWnd {
   BOOL m_bDirty;
   CCriticalSection m_lock;  // recursive; guards everything above
   CDlgParamTuneNotify* m_pNotify;
+  CStringW m_title;  // empty: the default title
 
  private:
+  // Writes a typed value to entry nIndex; false if the text is no number.
+  bool CommitTypedValue(int nIndex, const std::wstring& text);
+  // Gives the value text of a slider entry the width its widest value
+  // needs, taken from the slider, never less than the default width.
+  void FitValueCell(tagParamControls* c, const tagParamInfoV2& p);
+  std::unique_ptr<tuning_text::ValueEditor> m_editor;
+
   void SaveParamInfo();
   // Builds (or rebuilds) the window from the list.
   void Create(PFN_PARAM_NOTIFY pfnNotify, void* pContext);

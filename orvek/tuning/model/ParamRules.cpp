@@ -59,6 +59,49 @@ CStringW FloatText(float value, double dMin, double dMax) {
   return text;
 }
 
+bool LogScaleUsable(double dMin, double dMax) {
+  return dMin > 0.0 && dMax > dMin && std::isfinite(dMin) && std::isfinite(dMax);
+}
+
+int LogFloatToPos(float value, double dMin, double dMax) {
+  if (!LogScaleUsable(dMin, dMax)) return FloatToPos(value, dMin, dMax);
+  if (!(value > 0.0f)) return 0;
+  const double t = std::log(static_cast<double>(value) / dMin) / std::log(dMax / dMin) * 256.0;
+  return TruncToInt(std::floor(t + 0.5));
+}
+
+float LogPosToFloat(int pos, double dMin, double dMax) {
+  if (!LogScaleUsable(dMin, dMax)) return PosToFloat(pos, dMin, dMax);
+  // The ends are the bounds themselves, not a rounding of them.
+  if (pos <= 0) return static_cast<float>(dMin);
+  if (pos >= FLOAT_SCALE_MAX) return static_cast<float>(dMax);
+  return static_cast<float>(dMin * std::exp(std::log(dMax / dMin) * pos * 0.00390625));
+}
+
+int LogFloatDecimals(double dMin, double dMax) {
+  if (!LogScaleUsable(dMin, dMax)) return FloatDecimals(dMin, dMax);
+  float step = static_cast<float>(static_cast<double>(LogPosToFloat(1, dMin, dMax)) - dMin);
+  int d = 0;
+  // The same rule as the linear float, on the smallest step; a step too
+  // small for a float stops at the precision a float holds.
+  while (step < 1.0f && step > 0.0f && d < 9) {
+    step *= 10.0f;
+    ++d;
+  }
+  return d;
+}
+
+CStringW LogFloatText(float value, double dMin, double dMax) {
+  CStringW format, text;
+  format.Format(L"%%.%df", LogFloatDecimals(dMin, dMax));
+  text.Format(format.GetString(), static_cast<double>(value));
+  return text;
+}
+
+CStringW ValueText(eParamTypeV2 eType, float value, double dMin, double dMax) {
+  return eType == ePT_LogFloat ? LogFloatText(value, dMin, dMax) : FloatText(value, dMin, dMax);
+}
+
 CStringW IntText(int value) {
   CStringW text;
   text.Format(L"%d", value);
@@ -67,7 +110,8 @@ CStringW IntText(int value) {
 
 const wchar_t* TypeFormat(eParamTypeV2 eType) {
   switch (eType) {
-    case ePT_Float: return L"%f";
+    case ePT_Float:
+    case ePT_LogFloat: return L"%f";
     case ePT_Bool:
     case ePT_Int:
     case ePT_List: return L"%d";

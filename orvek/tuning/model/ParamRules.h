@@ -30,6 +30,18 @@ ORVEK_API int ClampInt(int value, double dMin, double dMax);
 // reaches 1. Crossing bounds show none.
 ORVEK_API int FloatDecimals(double dMin, double dMax);
 ORVEK_API CStringW FloatText(float value, double dMin, double dMax);
+
+// The logarithmic float: 257 positions spread evenly in the logarithm of the
+// value. Bounds that are not both positive and finite, or equal, fall back to
+// the linear float rules above. Value to position rounds to the nearest.
+ORVEK_API bool LogScaleUsable(double dMin, double dMax);
+ORVEK_API int LogFloatToPos(float value, double dMin, double dMax);
+ORVEK_API float LogPosToFloat(int pos, double dMin, double dMax);
+// Decimals enough to tell the two lowest positions apart.
+ORVEK_API int LogFloatDecimals(double dMin, double dMax);
+ORVEK_API CStringW LogFloatText(float value, double dMin, double dMax);
+// The display text of a float or logarithmic float entry.
+ORVEK_API CStringW ValueText(eParamTypeV2 eType, float value, double dMin, double dMax);
 ORVEK_API CStringW IntText(int value);
 // The print format of a kind; an empty text for a group or an unknown kind.
 ORVEK_API const wchar_t* TypeFormat(eParamTypeV2 eType);

@@ -12,6 +12,9 @@ enum eParamTypeV2 : std::int32_t {
   ePT_Int = 2,    // int variable, slider with value text
   ePT_Group = 3,  // no variable: starts a group (a tab page, a file section)
   ePT_List = 4,   // int variable, drop-down list of choices
+  // float variable, slider whose positions are spread evenly in the
+  // logarithm between two positive bounds; stored in a file as a float
+  ePT_LogFloat = 5,
 };
 
 // Called after a change, with the context given alongside and the address of

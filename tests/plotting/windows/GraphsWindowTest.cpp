@@ -116,6 +116,18 @@ TEST(GraphsWindow, IndexesOutsideTheListAndAnEmptyWindowFail) {
   EXPECT_EQ(E_FAIL, empty.DrawGraph<double>(0, block, 3, 1, 0));
   EXPECT_EQ(E_FAIL, empty.ResetAdaptation());
   EXPECT_EQ(E_FAIL, empty.ResetAdaptation(0));
+  // The title is empty until the host gives one; a live window takes it at once.
+  CStringW title;
+  empty.GetWindowTextW(title);
+  EXPECT_EQ(std::wstring(), title.GetString());
+  empty.SetTitle(L"Scope");
+  empty.GetWindowTextW(title);
+  EXPECT_EQ(std::wstring(L"Scope"), title.GetString());
+  CGraphsWindow named;
+  named.SetTitle(L"Spectrum");
+  ASSERT_EQ(1, named.Create(nullptr, 0, nullptr, 25.0f));
+  named.GetWindowTextW(title);
+  EXPECT_EQ(std::wstring(L"Spectrum"), title.GetString());
 
   // Descriptions that are not there make no window at all.
   for (const int n : {2, -2}) {

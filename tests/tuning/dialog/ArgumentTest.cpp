@@ -158,7 +158,7 @@ const Row kRows[] = {
        dlg.RemoveParam(nullptr);
        dlg.SetParamRange(nullptr, kNaN, kInf);
        dlg.SetNotifyElapseFunc(nullptr, nullptr);
-       for (int kind : {-1, 5, 77, INT_MAX}) CHECK(*dlg.GetTypeFormatString(static_cast<eParamTypeV2>(kind)) == 0);
+       for (int kind : {-1, 6, 77, INT_MAX}) CHECK(*dlg.GetTypeFormatString(static_cast<eParamTypeV2>(kind)) == 0);
        dlg.HideWindow();
        dlg.Destroy();
        CHECK(dlg.IsWindowVisible() == 0);

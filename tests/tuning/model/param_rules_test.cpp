@@ -23,6 +23,32 @@ TEST(ParamRules, FloatScaleExamples) {
   EXPECT_EQ(FloatToPos(std::numeric_limits<float>::quiet_NaN(), 0.0, 1.0), 0);
 }
 
+TEST(ParamRules, LogScaleSpreadsPositionsEvenlyInTheLogarithm) {
+  // 10 to 5000 Hz: the ends are the bounds, every position comes back to
+  // itself, and each step multiplies by the same factor.
+  EXPECT_EQ(LogPosToFloat(0, 10.0, 5000.0), 10.0f);
+  EXPECT_EQ(LogPosToFloat(256, 10.0, 5000.0), 5000.0f);
+  EXPECT_EQ(LogFloatToPos(440.0f, 10.0, 5000.0), 156);  // log(44) / log(500) * 256 = 155.9
+  for (int pos = 0; pos <= 256; ++pos) {
+    ASSERT_EQ(LogFloatToPos(LogPosToFloat(pos, 10.0, 5000.0), 10.0, 5000.0), pos);
+    if (pos > 0)
+      EXPECT_NEAR(LogPosToFloat(pos, 10.0, 5000.0) / LogPosToFloat(pos - 1, 10.0, 5000.0), std::pow(500.0, 1.0 / 256),
+                  1e-5);
+  }
+  EXPECT_EQ(LogFloatDecimals(10.0, 5000.0), 1);  // the lowest step is 0.25 Hz
+  EXPECT_EQ(std::wstring(LogFloatText(440.0f, 10.0, 5000.0).GetString()), L"440.0");
+  EXPECT_EQ(std::wstring(ValueText(ePT_Float, 440.0f, 10.0, 5000.0).GetString()), L"440");
+  EXPECT_EQ(std::wstring(TypeFormat(ePT_LogFloat)), L"%f");
+  // Bounds that are not both positive fall back to the linear scale.
+  for (double lo : {0.0, -1.0}) {
+    EXPECT_EQ(LogFloatToPos(0.5f, lo, 1.0), FloatToPos(0.5f, lo, 1.0)) << lo;
+    EXPECT_EQ(LogPosToFloat(100, lo, 1.0), PosToFloat(100, lo, 1.0)) << lo;
+    EXPECT_EQ(LogFloatDecimals(lo, 1.0), FloatDecimals(lo, 1.0)) << lo;
+  }
+  EXPECT_FALSE(LogScaleUsable(5.0, 5.0));
+  EXPECT_EQ(LogFloatToPos(-1.0f, 1.0, 10.0), 0);
+}
+
 TEST(ParamRules, ClampingLetsTheUpperBoundWin) {
   EXPECT_EQ(ClampFloat(5.0f, 0.0, 1.0), 1.0f);
   EXPECT_EQ(ClampFloat(-5.0f, 0.0, 1.0), 0.0f);
