@@ -1,7 +1,11 @@
 #include <orvek/tuning/dialog/DlgParamTune.h>
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
+#include <string>
 
 #include <orvek/frame/OrvekGlobals.h>
 #include <orvek/platform/core/File.h>
@@ -720,18 +724,54 @@ int CDlgParamTune::IsWindowVisible() const { return m_hWnd ? ::IsWindowVisible(m
 LONG CDlgParamTune::SaveParamValues(const char* pszPath) {
   CSingleLock lock(&m_lock, TRUE);
   if (!pszPath) return E_FAIL;
-  SetCurrentDirectoryW(COrvekGlobals::GetApplicationPath());
-  CStringW fullPath;
-  {
-    CFile file;
-    CFileException error;
-    if (!file.Open(pszPath, CFile::modeCreate | CFile::modeWrite, &error)) return E_FAIL;
-    file.Write(kFileHead, kFileHeadSize);
-    fullPath = file.GetFilePath();
-    file.Close();
+  (void)SetCurrentDirectoryA(OrvekGetApplicationFolder().c_str());  // a missing folder leaves the current one
+  // The old file is never cut: it stays locked and whole until the new one,
+  // written and flushed beside it, takes its place. A path that cannot be
+  // written fails here, before anything has changed.
+  CFile target;
+  CFileException error;
+  if (!target.Open(pszPath, CFile::modeCreate | CFile::modeWrite | CFile::modeReplace, &error)) return E_FAIL;
+  const std::string finalPath(pszPath);
+  const std::size_t slash = finalPath.rfind('/');
+  const std::string draft = finalPath.substr(0, slash == std::string::npos ? 0 : slash + 1) + "." +
+                            finalPath.substr(slash == std::string::npos ? 0 : slash + 1) + ".saving-" +
+                            std::to_string(getpid());
+  CFile head;
+  if (!head.Open(draft.c_str(), CFile::modeCreate | CFile::modeWrite, &error)) {
+    // No file can be made beside the old one (a read-only folder): the old
+    // file, already opened in place, takes the head and then the values.
+    target.Write(kFileHead, kFileHeadSize);
+    target.Close();
+    WriteValueFile(pszPath);
+    return S_OK;
   }
+  try {
+    head.Write(kFileHead, kFileHeadSize);
+    head.Close();
+    WriteValueFile(draft.c_str());
+    if (std::rename(draft.c_str(), pszPath) != 0) {
+      std::remove(draft.c_str());
+      target.Abort();
+      return E_FAIL;
+    }
+  } catch (...) {
+    std::remove(draft.c_str());
+    target.Abort();
+    throw;
+  }
+  target.Abort();  // its own replacement was never written
+  return S_OK;
+}
+
+void CDlgParamTune::WriteValueFile(const char* pszPath) {
   CIniFile ini;
-  ini.Create(CStringA(fullPath).GetString(), 1, 0);
+  (void)ini.Create(pszPath, 1, 0);  // the engine's text now holds the head only
+  WriteValues(&ini);
+  m_bDirty = FALSE;
+  (void)ini.Close();  // a write error throws instead, and the old file stays
+}
+
+void CDlgParamTune::WriteValues(CIniFile* pIni) {
   CStringW section(kNoGroupSection);
   for (const tagParamInfoV2& p : m_params) {
     if (p.eType == ePT_Group) {
@@ -744,23 +784,20 @@ LONG CDlgParamTune::SaveParamValues(const char* pszPath) {
       case ePT_Float:
       case ePT_LogFloat: {
         float value = load(floatOf(p));
-        ini.WriteParam(section.GetString(), p.pszName, &value);
+        (void)pIni->WriteParam(section.GetString(), p.pszName, &value);  // the engine's text cannot refuse a key
         break;
       }
       case ePT_Bool:
       case ePT_Int:
       case ePT_List: {
         int value = load(intOf(p));
-        ini.WriteParam(section.GetString(), p.pszName, &value);
+        (void)pIni->WriteParam(section.GetString(), p.pszName, &value);
         break;
       }
       default:
         break;
     }
   }
-  m_bDirty = FALSE;
-  ini.Close();
-  return S_OK;
 }
 
 LONG CDlgParamTune::SaveParamValues(const wchar_t* pszPath) {

@@ -11,6 +11,8 @@
 #include <orvek/platform/ui/Wnd.h>
 #include <orvek/tuning/model/ParamTypes.h>
 
+class CIniFile;
+
 // Posted to the dialog's window to rebuild it from the parameter list on the
 // window's own thread: wParam the dialog-wide change callback, lParam its
 // context.
@@ -149,6 +151,8 @@ class ORVEK_API CDlgParamTune : public CWnd {
   LONG LoadParamValues(const char* pszPath);
   LONG LoadParamValues(const wchar_t* pszPath);
   // S_OK, or E_FAIL if the file cannot be created (also for a null path).
+  // The new file is written and flushed beside the old one and then takes
+  // its place: a write error (CFileException) leaves the old file whole.
   LONG SaveParamValues(const char* pszPath);
   LONG SaveParamValues(const wchar_t* pszPath);
 
@@ -193,6 +197,10 @@ class ORVEK_API CDlgParamTune : public CWnd {
   CStringW m_title;  // empty: the default title
 
  private:
+  // The values into a file that holds the head, through the INI engine.
+  void WriteValueFile(const char* pszPath);
+  // One line per parameter into the engine's text, section by group.
+  void WriteValues(CIniFile* pIni);
   // Writes a typed value to entry nIndex; false if the text is no number.
   bool CommitTypedValue(int nIndex, const std::wstring& text);
   // Gives the value text of a slider entry the width its widest value

@@ -1,6 +1,12 @@
 // Value files: what a save writes, byte for byte, and what a load changes and
 // reports.
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -100,6 +106,40 @@ TEST(DialogValueFiles, SaveWritesTheHeadAndTheSectionsInListOrder) {
                              "tuning_beside_app.ini";
   EXPECT_EQ(kExampleFile, ReadAll(beside));
   std::remove(beside.c_str());
+
+  // A disk that fills up during the save: the write error reaches the caller,
+  // and the old file stays whole, with nothing left beside it.
+  const std::string full = TestFile("values_full_disk.ini");
+  const std::string old = std::string(kHead) + "[Ungrouped]\r\nOld=1\r\n";
+  WriteAll(full, old);
+  std::vector<float> many(200, 0.5f);
+  TestDlg big;
+  std::vector<std::wstring> names;
+  for (std::size_t i = 0; i < many.size(); ++i) names.push_back(L"Value" + std::to_wstring(i));
+  for (std::size_t i = 0; i < many.size(); ++i) {
+    tagParamInfoV2 p = Param(names[i].c_str(), ePT_Float, &many[i], 0, 1);
+    big.AddParam(&p);
+  }
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{1024, 1024};
+    int code = ::setrlimit(RLIMIT_FSIZE, &limit) == 0 ? 1 : 4;
+    try {
+      (void)big.SaveParamValues(full.c_str());
+    } catch (const CFileException&) {
+      code = 0;
+    }
+    ::_exit(code);
+  }
+  int status = -1;
+  ::waitpid(child, &status, 0);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(0, WEXITSTATUS(status)) << "the save raised no file error";
+  EXPECT_EQ(old, ReadAll(full));
+  for (const auto& entry : std::filesystem::directory_iterator(ORVEK_TEST_BINARY_DIR))
+    EXPECT_EQ(std::string::npos, entry.path().filename().string().find("values_full_disk.ini."))
+        << entry.path();
 }
 
 TEST(DialogValueFiles, LoadChangesAndReportsOnlyWhatDiffers) {
