@@ -11,6 +11,7 @@
 #include <QPolygonF>
 
 #include <cmath>
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <map>
@@ -78,17 +79,25 @@ inline std::vector<QPolygonF> Vertices(const CGraphDrawer& d, const std::vector<
   return lines;
 }
 
+// Keeps the CPU milliseconds of every repetition of every run; Get gives
+// their median, so the ratios hold with --benchmark_repetitions as well.
 class RatioReporter : public benchmark::ConsoleReporter {
  public:
-  std::map<std::string, double> ms;  // CPU milliseconds per iteration
+  std::map<std::string, std::vector<double>> ms;  // CPU milliseconds per iteration, one per repetition
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& r : runs)
-      if (!r.error_occurred) ms[r.benchmark_name()] = r.GetAdjustedCPUTime() * (r.time_unit == benchmark::kMicrosecond ? 1e-3 : 1.0);
+      if (!r.error_occurred && r.run_type == Run::RT_Iteration)
+        ms[r.benchmark_name()].push_back(r.GetAdjustedCPUTime() *
+                                         (r.time_unit == benchmark::kMicrosecond ? 1e-3 : 1.0));
     ConsoleReporter::ReportRuns(runs);
   }
-  double Get(const std::string& name) const {
+  // q = 0 is the fastest repetition, 0.5 the median, 1 the slowest.
+  double Get(const std::string& name, double q = 0.5) const {
     const auto it = ms.find(name);
-    return it == ms.end() ? NAN : it->second;
+    if (it == ms.end() || it->second.empty()) return NAN;
+    std::vector<double> v = it->second;
+    std::sort(v.begin(), v.end());
+    return v[static_cast<std::size_t>(q * static_cast<double>(v.size() - 1) + 0.5)];
   }
 };
 

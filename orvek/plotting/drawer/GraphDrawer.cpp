@@ -126,7 +126,8 @@ CGraphDrawer::CGraphDrawer()
       m_bAutoY(1),
       m_bAutoX(1),
       m_fXMin(0),
-      m_fXMax(0) {
+      m_fXMax(0),
+      m_bEverySample(0) {
   std::lock_guard<std::mutex> lock(PenLock());
   ++ms_nInstances;
 }
@@ -347,7 +348,7 @@ void CGraphDrawer::DrawBackground(Bitmap* pTarget, const CStringW& sTitle, float
 // single precision and to a row in double precision, from m_dYMin (through
 // single precision) at the bottom to m_dYMax at the top. A flat range puts
 // every sample on the middle row.
-int CGraphDrawer::MapStroke(int c, int from, int end, int S) {
+int CGraphDrawer::MapStroke(int c, int from, int end, int S, bool bOutline) {
   const int count = end - from;
   if (count <= 0 || S <= 0) return 0;
   if (m_points.size() < static_cast<std::size_t>(count)) m_points.resize(static_cast<std::size_t>(count));
@@ -365,15 +366,88 @@ int CGraphDrawer::MapStroke(int c, int from, int end, int S) {
   int row = static_cast<int>((static_cast<std::int64_t>(offset) + from) % S);
   const double* column = m_samples.data() + c;
   const std::size_t stride = static_cast<std::size_t>(m_nCurves);
+  const auto mapX = [&](int x) {
+    return static_cast<float>(static_cast<std::int64_t>(x) - m_iXFrom) * xScale / xSpan + xOrigin;
+  };
+  const auto mapY = [&](double v) {
+    return flat ? yMiddle : static_cast<float>(yBottom - (v - yOffset) * yScale / ySpan);
+  };
   PointF* out = m_points.data();
+  // A window of few samples per column has nothing to leave out.
+  const bool dense = static_cast<std::int64_t>(m_iXTo) - m_iXFrom > 4 * static_cast<std::int64_t>(W);
+  if (m_bEverySample || !bOutline || !dense) {
+    for (int x = from; x < end; ++x) {
+      const double v = column[static_cast<std::size_t>(row) * stride];
+      if (++row == S) row = 0;
+      *out++ = PointF(mapX(x), mapY(v));
+    }
+    return count;
+  }
+  // Samples that share a pixel column are stroked as the outline of what
+  // they cover there. At each height the stroke reaches, what counts is where
+  // the curve first and last passes it: the samples that set a new lowest or
+  // highest value counted from the column's start, and those counted from its
+  // end, each with its neighbour on the inner side. Noise has few of them (the
+  // logarithm of the column's samples), a column of two samples keeps both.
+  int first = 0, last = 0, firstRow = 0, col = 0;
+  bool open = false;
+  std::vector<int>& keep = m_keep;
+  const auto at = [&](int r) { return column[static_cast<std::size_t>(r) * stride]; };
+  const auto flush = [&]() {
+    const int n = last - first + 1;
+    keep.assign(static_cast<std::size_t>(n), 0);
+    keep[0] = keep[static_cast<std::size_t>(n - 1)] = 1;
+    int r = firstRow;
+    double lo = at(r), hi = lo;
+    for (int i = 1; i < n; ++i) {
+      if (++r == S) r = 0;
+      const double v = at(r);
+      if (v < lo || v > hi) {
+        keep[static_cast<std::size_t>(i - 1)] = keep[static_cast<std::size_t>(i)] = 1;
+        lo = std::min(lo, v);
+        hi = std::max(hi, v);
+      }
+    }
+    lo = hi = at(r);
+    for (int i = n - 2; i >= 0; --i) {
+      if (--r < 0) r = S - 1;
+      const double v = at(r);
+      if (v < lo || v > hi) {
+        keep[static_cast<std::size_t>(i + 1)] = keep[static_cast<std::size_t>(i)] = 1;
+        lo = std::min(lo, v);
+        hi = std::max(hi, v);
+      }
+    }
+    r = firstRow;
+    for (int i = 0; i < n; ++i) {
+      if (keep[static_cast<std::size_t>(i)]) *out++ = PointF(mapX(first + i), mapY(at(r)));
+      if (++r == S) r = 0;
+    }
+  };
   for (int x = from; x < end; ++x) {
+    const int r = row;
     const double v = column[static_cast<std::size_t>(row) * stride];
     if (++row == S) row = 0;
-    out->X = static_cast<float>(static_cast<std::int64_t>(x) - m_iXFrom) * xScale / xSpan + xOrigin;
-    out->Y = flat ? yMiddle : static_cast<float>(yBottom - (v - yOffset) * yScale / ySpan);
-    ++out;
+    const float fx = mapX(x);
+    if (!flat && !std::isfinite(v)) {  // a break stays where it stands
+      if (open) flush();
+      open = false;
+      *out++ = PointF(fx, mapY(v));
+      continue;
+    }
+    const int k = static_cast<int>(std::clamp(std::floor(fx), -2.0e9f, 2.0e9f));  // far columns stay apart
+    if (open && k == col) {
+      last = x;
+      continue;
+    }
+    if (open) flush();
+    open = true;
+    col = k;
+    first = last = x;
+    firstRow = r;
   }
-  return count;
+  if (open) flush();
+  return static_cast<int>(out - m_points.data());
 }
 
 void CGraphDrawer::DrawCurves(Bitmap* pTarget, Bitmap* pBackground, int iFrom, int iTo) {
@@ -419,14 +493,18 @@ void CGraphDrawer::DrawCurves(Bitmap* pTarget, Bitmap* pBackground, int iFrom, i
   const int end = static_cast<int>(std::max<std::int64_t>(std::min<std::int64_t>({iTo, E, S}), 0));
   const int start = static_cast<int>(std::min<std::int64_t>(start64, end));  // both within 0 and S
   for (int c = 0; c < m_nCurves; ++c) {
-    int n = MapStroke(c, start, end, S);
-    if (n > 0) g.DrawLines(&pens->normal[c % 3], m_points.data(), n);
+    // Qt's thin lines take a pixel's shade from the segments that end in it,
+    // so only wide pens, which the coverage stroker draws, take the outline.
+    const Pen& pen = pens->normal[c % 3];
+    int n = MapStroke(c, start, end, S, pen.GetWidth() > 1.0f);
+    if (n > 0) g.DrawLines(&pen, m_points.data(), n);
     if (static_cast<std::size_t>(c) < m_highlights.size()) {
       // Highlights go over their own curve and under later ones.
       const int from = std::max(m_highlights[static_cast<std::size_t>(c)].first, 0);
       const int stop = std::min(m_highlights[static_cast<std::size_t>(c)].second, end);
-      n = MapStroke(c, from, stop, S);
-      if (n > 0) g.DrawLines(&pens->highlight[c % 3], m_points.data(), n);
+      const Pen& mark = pens->highlight[c % 3];
+      n = MapStroke(c, from, stop, S, mark.GetWidth() > 1.0f);
+      if (n > 0) g.DrawLines(&mark, m_points.data(), n);
     }
   }
 }

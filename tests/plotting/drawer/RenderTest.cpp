@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <random>
 #include <string>
 #include <vector>
@@ -242,4 +243,80 @@ TEST(Render, FastStrokesMatchTheWholePolyline) {
   EXPECT_GE(within, static_cast<long>(W) * H * 99 / 100);
   EXPECT_GT(touched, W * H / 10);  // the curves cover a good part of the plot
   EXPECT_GE(touchedWithin, touched * 99 / 100);
+}
+
+// A pixel column of many samples is stroked as its outline. Noisy, smooth,
+// stepped and sparse signals with NaN breaks, through every intake, with
+// highlights, sweep strips and strip-chart scrolling, give the picture of
+// every sample within the tolerance the wide stroke keeps against Qt.
+TEST(Render, ColumnOutlinesMatchEverySample) {
+  const int W = 1000, H = 600;
+  const double kNaN = std::numeric_limits<double>::quiet_NaN();
+  const struct {
+    int n;
+    double (*shape)(int i, int c, int n, std::mt19937& rng);
+  } kinds[] = {
+      {200000,
+       [](int i, int c, int n, std::mt19937& rng) {
+         return std::sin(i * 6.2832 * (c + 2) / n + c) * 50 + std::normal_distribution<double>(0, 3)(rng);
+       }},
+      {100000, [](int i, int c, int n, std::mt19937&) { return std::sin(i * 6.2832 * (c + 1) / n) * 50; }},
+      {50000, [](int i, int c, int n, std::mt19937&) { return ((i * (c + 3) * 7 / n) % 5) * 20.0 - 40; }},
+      {300,
+       [](int, int c, int, std::mt19937& rng) { return std::uniform_real_distribution<double>(-40, 40)(rng) + c * 5; }},
+  };
+  for (const auto& kind : kinds) {
+    for (int mode = 0; mode < 4; ++mode) {  // element type and intake
+      SCOPED_TRACE(std::to_string(kind.n) + " samples, intake " + std::to_string(mode));
+      Graph full(W, H), fast(W, H);
+      full.d.m_bEverySample = 1;
+      std::mt19937 rng(7);
+      std::vector<std::vector<double>> curves(3, std::vector<double>(static_cast<std::size_t>(kind.n)));
+      for (int c = 0; c < 3; ++c)
+        for (int i = 0; i < kind.n; ++i)
+          curves[c][i] = i % 9973 == 5000 % kind.n ? kNaN : kind.shape(i, c, kind.n, rng);
+      const auto feed = [&](Graph& g) {
+        for (int c = 0; c < 3; ++c) {
+          const std::vector<double>& v = curves[c];
+          std::vector<int> k(v.size());
+          for (std::size_t i = 0; i < v.size(); ++i) k[i] = v[i] == v[i] ? static_cast<int>(v[i] * 10) : 0;
+          if (mode == 0) {
+            g.d.SetData(const_cast<double*>(v.data()), kind.n, 1, c, 3);
+          } else if (mode == 1) {  // short, as a strip chart scrolled by blocks
+            const std::vector<short> s(k.begin(), k.end());
+            for (int at = 0; at + kind.n / 4 <= kind.n; at += kind.n / 4)
+              g.d.SetDataHistory(const_cast<short*>(s.data()) + at, kind.n / 4, kind.n / 2, 1, c, 3);
+          } else if (mode == 2) {  // float, into a sweep, painting every block
+            const std::vector<float> f(v.begin(), v.end());
+            g.d.SetROI(0, kind.n, 0, 1, 5, -60, 60, -60, 60, 5);
+            for (int at = 0; at + kind.n / 10 <= kind.n; at += kind.n / 10) {
+              g.d.SetDataHistoryCircular(const_cast<float*>(f.data()) + at, kind.n / 10, kind.n, 1, c, 3);
+              g.Paint();
+            }
+          } else {  // int, with a highlight over each curve
+            g.d.SetData(k.data(), kind.n, 1, c, 3);
+            g.d.SetHighlight(c, kind.n / 5 * c, kind.n / 5 * (c + 2), 3);
+          }
+        }
+        g.Paint();
+      };
+      feed(full);
+      feed(fast);
+      int worst = 0;
+      long touched = 0, within = 0;
+      for (int y = 0; y < H; ++y)
+        for (int x = 0; x < W; ++x) {
+          const std::uint32_t a = Px(full.frame, x, y), b = Px(fast.frame, x, y);
+          if (a == Px(full.axes, x, y) && b == a) continue;
+          ++touched;
+          within += Distance(a, b) <= 8;
+          worst = std::max(worst, Distance(a, b));
+        }
+      EXPECT_GT(touched, W * 10);  // the curves were drawn
+      EXPECT_GE(within, touched * 995 / 1000) << "largest difference " << worst;
+      if (kind.n < W) {
+        EXPECT_EQ(worst, 0);  // a sample per column at most: nothing left out
+      }
+    }
+  }
 }
