@@ -31,9 +31,10 @@ TEST(ParamRules, LogScaleSpreadsPositionsEvenlyInTheLogarithm) {
   EXPECT_EQ(LogFloatToPos(440.0f, 10.0, 5000.0), 156);  // log(44) / log(500) * 256 = 155.9
   for (int pos = 0; pos <= 256; ++pos) {
     ASSERT_EQ(LogFloatToPos(LogPosToFloat(pos, 10.0, 5000.0), 10.0, 5000.0), pos);
-    if (pos > 0)
+    if (pos > 0) {
       EXPECT_NEAR(LogPosToFloat(pos, 10.0, 5000.0) / LogPosToFloat(pos - 1, 10.0, 5000.0), std::pow(500.0, 1.0 / 256),
                   1e-5);
+    }
   }
   EXPECT_EQ(LogFloatDecimals(10.0, 5000.0), 1);  // the lowest step is 0.25 Hz
   EXPECT_EQ(std::wstring(LogFloatText(440.0f, 10.0, 5000.0).GetString()), L"440.0");
