@@ -12,10 +12,13 @@ int main() {
   std::printf("application folder: %s\n", CStringA(COrvekGlobals::GetApplicationPath()).GetString());
 
   const char text[] = "orvek frame tour\n";
-  COrvekGlobals::WriteToFile("frame_tour.txt", text, sizeof text - 1, 0);
-  COrvekGlobals::WriteToFile("frame_tour.txt", text, sizeof text - 1, 1);
   int size = 0;
-  COrvekGlobals::ReadFromFile("frame_tour.txt", nullptr, &size);
+  if (COrvekGlobals::WriteToFile("frame_tour.txt", text, sizeof text - 1, /*bAppend=*/0) != S_OK ||
+      COrvekGlobals::WriteToFile("frame_tour.txt", text, sizeof text - 1, /*bAppend=*/1) != S_OK ||
+      !COrvekGlobals::ReadFromFile("frame_tour.txt", /*buffer=*/nullptr, &size)) {
+    std::fprintf(stderr, "frame_tour.txt cannot be written beside the application\n");
+    return 1;
+  }
   std::printf("frame_tour.txt holds %d bytes\n", size);
 
   CStringW format(L"capture_%03d.png"), name;
@@ -23,7 +26,7 @@ int main() {
     std::printf("next free capture name: %s\n", CStringA(name).GetString());
 
   std::vector<CStringW> words;
-  COrvekGlobals::GetStringVariants(L"abc", 2, &words);
+  (void)COrvekGlobals::GetStringVariants(L"abc", /*length=*/2, &words);  // six short strings always fit
   std::printf("arrangements of 2 of abc:");
   for (const auto& w : words) std::printf(" %s", CStringA(w).GetString());
   std::printf("\n");

@@ -115,7 +115,7 @@ int main(int argc, char** argv) {
     CDlgParamTune dialog;
     dialog.SetTitle(L"Generator");
     dialog.Create(params, static_cast<int>(sizeof params / sizeof params[0]), &OnChanged, &gen);
-    dialog.LoadParamValues(kValueFile);  // a missing file changes nothing
+    (void)dialog.LoadParamValues(kValueFile);  // always S_OK: a missing file changes nothing
     dialog.ShowWindow();
     if (capture) {
       COrvekGlobals::PumpMessages(300);  // one refresh and a paint

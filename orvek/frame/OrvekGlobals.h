@@ -22,7 +22,7 @@ class ORVEK_API COrvekGlobals {
 
   // Opens the graphics session (S_OK or E_FAIL). Keeps no count: a second
   // call opens a further session and overwrites the token.
-  static LONG StartUp(void);
+  ORVEK_RESULT static LONG StartUp(void);
   // Closes the session of m_GdiToken, if any, and sets the token to 0.
   static void ShutDown(void);
 
@@ -38,21 +38,21 @@ class ORVEK_API COrvekGlobals {
   // bAppend the file is replaced whole: the bytes go to a new file beside it
   // that takes its place, so a write error (CFileException) leaves the old
   // file. E_FAIL for a null path, a negative size or null data of size > 0.
-  static LONG WriteToFile(const char* path, const void* data, int size, int bAppend);
-  static LONG WriteToFile(const wchar_t* path, const void* data, int size, int bAppend);
+  ORVEK_RESULT static LONG WriteToFile(const char* path, const void* data, int size, int bAppend);
+  ORVEK_RESULT static LONG WriteToFile(const wchar_t* path, const void* data, int size, int bAppend);
   // The folder of the host's executable, with a closing '/', at its full
   // length (OrvekGetApplicationFolder gives its bytes).
   static CStringW GetApplicationPath(void);
-  static LONG GetFileInfo(HINSTANCE module, tagVS_FIXEDFILEINFO* info);
+  ORVEK_RESULT static LONG GetFileInfo(HINSTANCE module, tagVS_FIXEDFILEINFO* info);
   static void CSTRtoWSTR(const char* text, std::vector<wchar_t>* result);
   static void WSTRtoCSTR(const wchar_t* text, std::vector<char>* result);
-  static LONG UnicodeToANSI(const CStringW* text, CStringA* result);
-  static LONG ANSIToUnicode(const CStringA* text, CStringW* result);
-  static LONG FindByteSequence(const unsigned char* data, int dataSize, const unsigned char* sequence, int sequenceSize,
+  ORVEK_RESULT static LONG UnicodeToANSI(const CStringW* text, CStringA* result);
+  ORVEK_RESULT static LONG ANSIToUnicode(const CStringA* text, CStringW* result);
+  ORVEK_RESULT static LONG FindByteSequence(const unsigned char* data, int dataSize, const unsigned char* sequence, int sequenceSize,
                                int* position, int step);
   // E_FAIL also for a format without exactly one integer conversion, or with
   // a width or precision of more than 3 digits.
-  static LONG GetNewIndexFileName(CStringW* format, CStringW* result, int maxIndex);
+  ORVEK_RESULT static LONG GetNewIndexFileName(CStringW* format, CStringW* result, int maxIndex);
   static ULONG GetTicksElapsed(ULONG now, ULONG start);
   template <typename T>
   static int CompareLists(std::vector<T>* a, std::vector<T>* b);
@@ -62,8 +62,8 @@ class ORVEK_API COrvekGlobals {
   // Both append every variant and give S_OK, or E_OUTOFMEMORY (appending
   // nothing) when the variants would not fit in the machine's memory, rather
   // than running until the system ends the process.
-  static LONG GetPlaceVariants(int count, std::vector<std::vector<int>>* variants);
-  static LONG GetStringVariants(const wchar_t* alphabet, int length, std::vector<CStringW>* variants);
+  ORVEK_RESULT static LONG GetPlaceVariants(int count, std::vector<std::vector<int>>* variants);
+  ORVEK_RESULT static LONG GetStringVariants(const wchar_t* alphabet, int length, std::vector<CStringW>* variants);
 
   // ---- signal helpers ----
 
@@ -75,7 +75,7 @@ class ORVEK_API COrvekGlobals {
   // up * in / down equals the output rate exactly in float. E_INVALIDARG for
   // rates that are not positive and finite; E_FAIL, outputs untouched, when
   // no up up to 1,000,000 fits.
-  static LONG GetUpDownFactor(float fInRate, float fOutRate, int* pUp, int* pDown);
+  ORVEK_RESULT static LONG GetUpDownFactor(float fInRate, float fOutRate, int* pUp, int* pDown);
 
   // ---- placement of rectangles ----
 

@@ -141,7 +141,7 @@ LONG CIniFile::scanParam(const char* pSection, const char* pKey, const wchar_t* 
 template <typename T>
 LONG CIniFile::ReadParam(const char* pSection, const char* pKey, T* pValue) const {
   CStringW format;
-  GetParamFormat(pValue, &format);
+  (void)GetParamFormat(pValue, &format);  // a null pointer is already refused above
   return scanParam(pSection, pKey, format, pValue);
 }
 
@@ -155,7 +155,7 @@ template <typename T>
 LONG CIniFile::WriteParam(const char* pSection, const char* pKey, const T* pValue) {
   if (!pValue) return E_POINTER;
   CStringW format;
-  GetParamFormat(pValue, &format);
+  (void)GetParamFormat(pValue, &format);  // a null pointer is already refused above
   const CStringA text(formatValue(format, *pValue));
   return WriteParamString(pSection, pKey, text.GetString());
 }

@@ -74,7 +74,7 @@ CIniFile::CIniFile() : m_pFile(nullptr), m_bWrite(0) {}
 CIniFile::~CIniFile() {
   // A destructor has nowhere to report a failed rewrite to.
   try {
-    Close();
+    (void)Close();  // the open text is given up; its write error would throw
   } catch (...) {
   }
 }

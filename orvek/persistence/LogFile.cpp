@@ -25,7 +25,7 @@ CLogFile::CLogFile() : m_pFile(nullptr), m_dwStartTick(0), m_pSection(nullptr) {
 
 CLogFile::~CLogFile() {
   try {
-    Close();
+    (void)Close();  // only fails while no log is open, which is then fine
   } catch (...) {
   }
 }
@@ -59,19 +59,19 @@ LONG CLogFile::Init(const wchar_t* pFileName, const wchar_t* pFolder, const wcha
     return E_FAIL;
   }
   try {
-    AddString(pTitle ? pTitle : L"", false);
+    (void)AddString(pTitle ? pTitle : L"", false);  // open here: gives S_OK or throws
     CStringW line;
     line.Format(L"Module path:\t%ls", modulePath.GetString());
-    AddString(line, false);
+    (void)AddString(line, false);  // open here: gives S_OK or throws
     // A module without a version block shows 0.0.0.0.
     tagVS_FIXEDFILEINFO info{};
     if (COrvekGlobals::GetFileInfo(hModule, &info) != S_OK) info = tagVS_FIXEDFILEINFO{};
     line.Format(L"Module version:\t%d.%d.%d.%d", int(info.dwFileVersionMS >> 16), int(info.dwFileVersionMS & 0xFFFF),
                 int(info.dwFileVersionLS >> 16), int(info.dwFileVersionLS & 0xFFFF));
-    AddString(line, false);
+    (void)AddString(line, false);  // open here: gives S_OK or throws
     const CStringW started = timeLine(L"Log started:\t%02d.%02d.%d at %d:%02d:%02d\n");
     m_dwStartTick = GetTickCount();
-    AddString(started, false);
+    (void)AddString(started, false);  // open here: gives S_OK or throws
   } catch (...) {
     lock.Unlock();
     release();
@@ -111,7 +111,7 @@ LONG CLogFile::Close() {
   if (m_pSection && m_pFile) {
     CSingleLock lock(m_pSection, TRUE);
     try {
-      AddString(timeLine(L"\nLog finished:\t%02d.%02d.%d at %d:%02d:%02d\n"), false);
+      (void)AddString(timeLine(L"\nLog finished:\t%02d.%02d.%d at %d:%02d:%02d\n"), false);
       m_pFile->Close();
     } catch (...) {
       lock.Unlock();

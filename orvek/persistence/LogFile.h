@@ -25,17 +25,17 @@ class ORVEK_API CLogFile {
   // null module, E_FAIL when the file cannot be made (the object stays
   // closed), ERROR_ALREADY_INITIALIZED while a log is open. A write error
   // raises CFileException and leaves the object closed.
-  LONG Init(const wchar_t* pFileName, const wchar_t* pFolder, const wchar_t* pTitle, HINSTANCE const hModule);
-  LONG Init(const wchar_t* pFileName, const wchar_t* pTitle, HINSTANCE const hModule);
+  ORVEK_RESULT LONG Init(const wchar_t* pFileName, const wchar_t* pFolder, const wchar_t* pTitle, HINSTANCE const hModule);
+  ORVEK_RESULT LONG Init(const wchar_t* pFileName, const wchar_t* pTitle, HINSTANCE const hModule);
   // Appends " h:mm:ss.mmm", a tab and the text. E_PENDING when no log is open.
   // A write error raises CFileException; the log stays open.
-  LONG AddString(const wchar_t* pText);
+  ORVEK_RESULT LONG AddString(const wchar_t* pText);
   // Writes the closing line and closes; S_OK, also when already closed. A
   // write error raises CFileException after the object is closed.
-  LONG Close();
+  ORVEK_RESULT LONG Close();
 
  private:
-  LONG AddString(const wchar_t* pText, bool bStamp);
+  ORVEK_RESULT LONG AddString(const wchar_t* pText, bool bStamp);
   // Closes and frees the file and the lock, without writing.
   void release();
 

@@ -29,34 +29,34 @@ class ORVEK_API CSizeStructFile {
   // A file written anew is made beside the old one and takes its place at
   // Close, so the old file stays whole until then. A write error raises
   // CFileException and drops the new file; the object then needs Close.
-  LONG Init(const wchar_t* pFileName, int bWrite);
+  ORVEK_RESULT LONG Init(const wchar_t* pFileName, int bWrite);
   void Close();
 
   // The size of the next record without moving on.
-  LONG GetCurStructSize(int* pSize);
+  ORVEK_RESULT LONG GetCurStructSize(int* pSize);
   // Reads the next record into a structure of nSize bytes: the first
   // min(nSize, record size) bytes are copied, the rest of the structure is
   // left alone and the rest of the record skipped. ReadStruct(nullptr, 0)
   // skips a record. ERROR_END_OF_MEDIA where the file ends before the prefix
   // or the whole record; ERROR_INVALID_DATA for a negative stored size.
-  LONG ReadStruct(void* pData, int nSize);
+  ORVEK_RESULT LONG ReadStruct(void* pData, int nSize);
   // Appends a record; a write error raises CFileException (see Init).
   // E_INVALIDARG for a negative nSize, E_POINTER for null data of nSize > 0.
-  LONG WriteStruct(const void* pData, int nSize);
+  ORVEK_RESULT LONG WriteStruct(const void* pData, int nSize);
 
  protected:
-  LONG GetPosition(ULONGLONG* pPosition);
+  ORVEK_RESULT LONG GetPosition(ULONGLONG* pPosition);
   // To an absolute position inside the file; its length itself is refused.
-  LONG Seek(ULONGLONG nPosition);
+  ORVEK_RESULT LONG Seek(ULONGLONG nPosition);
 
   CFile* m_pFile;  // null when closed; set but unopened after a failed open
   int m_bWrite;    // nonzero: opened for writing
 
  private:
-  static LONG CheckFileHeader(CFile* pFile);
+  ORVEK_RESULT static LONG CheckFileHeader(CFile* pFile);
   // Exactly nSize bytes, or ERROR_END_OF_MEDIA when fewer are left.
-  static LONG Read(CFile* pFile, void* pData, int nSize);
-  LONG checkReadable() const;
+  ORVEK_RESULT static LONG Read(CFile* pFile, void* pData, int nSize);
+  ORVEK_RESULT LONG checkReadable() const;
   // Writes all bytes; on a failure drops the new file and rethrows.
   void write(const void* pData, UINT nSize);
 };

@@ -37,12 +37,12 @@ class CCircleBuffer {
   void Drop(int nCount);
   // Copies the nCount elements that end at the write position, regardless of
   // the read position. E_OUTOFMEMORY when nCount exceeds the capacity.
-  LONG GetHistory(T* pData, int nCount);
+  ORVEK_RESULT LONG GetHistory(T* pData, int nCount);
   // The region of nCount elements (0 to the capacity) from the write or read
   // position as two pieces; the second starts at the storage's start and is
   // empty when the region does not wrap. No position moves.
-  LONG GetWrBuffer(int nCount, T** ppFirst, int* pFirstCount, T** ppSecond, int* pSecondCount);
-  LONG GetRdBuffer(int nCount, T** ppFirst, int* pFirstCount, T** ppSecond, int* pSecondCount);
+  ORVEK_RESULT LONG GetWrBuffer(int nCount, T** ppFirst, int* pFirstCount, T** ppSecond, int* pSecondCount);
+  ORVEK_RESULT LONG GetRdBuffer(int nCount, T** ppFirst, int* pFirstCount, T** ppSecond, int* pSecondCount);
   // Both positions to 0; storage and capacity stay.
   void Clear();
   // Unlocked reads of the positions (relaxed atomic loads).
@@ -57,7 +57,7 @@ class CCircleBuffer {
   CCriticalSection m_csAccess;
 
  private:
-  LONG GetBuffer(int nPos, int nCount, T** ppFirst, int* pFirstCount, T** ppSecond, int* pSecondCount)
+  ORVEK_RESULT LONG GetBuffer(int nPos, int nCount, T** ppFirst, int* pFirstCount, T** ppSecond, int* pSecondCount)
       ORVEK_REQUIRES(m_csAccess);
   int Advance(int nPos, int nCount) const ORVEK_REQUIRES(m_csAccess);
 };

@@ -20,7 +20,7 @@ class CFilterBase {
   // Allocates a zeroed window of nSize samples, freeing an earlier one, and
   // sets the ring position to 0. A failing allocation throws and changes
   // nothing.
-  LONG Create(int nSize);
+  ORVEK_RESULT LONG Create(int nSize);
 
  protected:
   CFilterBase();
@@ -29,7 +29,7 @@ class CFilterBase {
   // Exchange sort in place, largest first.
   static void SortBuffer(T* pData, int nSize);
   // E_FAIL before Create, E_POINTER for a null block, else S_OK.
-  LONG CheckBlock(T const* pData) const;
+  ORVEK_RESULT LONG CheckBlock(T const* pData) const;
   void AdvancePos() { m_nPos = m_nPos + 1 == m_nSize ? 0 : m_nPos + 1; }
 
   T* m_pBuffer;
@@ -42,7 +42,7 @@ template <typename T>
 class CDlyLine : public CFilterBase<T> {
  public:
   CDlyLine() = default;
-  LONG ProcessI(T* pData, int nCount);
+  ORVEK_RESULT LONG ProcessI(T* pData, int nCount);
 };
 
 // Running maximum of the last m_nSize inputs, the newest included. One
@@ -52,8 +52,8 @@ class CMaxFilter : public CFilterBase<T> {
  public:
   CMaxFilter();
   // As the base; the running maximum starts afresh, as in a new filter.
-  LONG Create(int nSize);
-  LONG ProcessI(T* pData, int nCount);
+  ORVEK_RESULT LONG Create(int nSize);
+  ORVEK_RESULT LONG ProcessI(T* pData, int nCount);
 
  protected:
   T m_fMax;
@@ -73,8 +73,8 @@ class CMedFilter : public CFilterBase<T> {
   CMedFilter();
   ~CMedFilter();
   // As the base, and allocates the ordered copy of the window.
-  LONG Create(int nSize);
-  LONG ProcessI(T* pData, int nCount);
+  ORVEK_RESULT LONG Create(int nSize);
+  ORVEK_RESULT LONG ProcessI(T* pData, int nCount);
 
  protected:
   T* m_pSorted;  // the window's non-NaN values, ascending

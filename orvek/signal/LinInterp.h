@@ -13,10 +13,10 @@ class ORVEK_API CLinInterp {
 
   // Sets the factor (at least 1) and restarts from 0; E_INVALIDARG leaves the
   // object as it was.
-  LONG Init(int nFactor);
+  ORVEK_RESULT LONG Init(int nFactor);
   // Writes nCount * factor samples to pOut, which must not overlap pIn.
   // E_POINTER for a null block; nCount below 1 does nothing.
-  LONG Process(float const* pIn, int nCount, float* pOut);
+  ORVEK_RESULT LONG Process(float const* pIn, int nCount, float* pOut);
 
  protected:
   float m_fLast;

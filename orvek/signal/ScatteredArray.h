@@ -24,20 +24,20 @@ class CScatteredArray {
   // as empty. E_POINTER for a null pParts or a non-empty block without data,
   // E_INVALIDARG when the blocks add up to more than 0x7FFFFFFF elements; the
   // list stays as it was then.
-  LONG Init(std::vector<tagPartInfo>* pParts);
+  ORVEK_RESULT LONG Init(std::vector<tagPartInfo>* pParts);
   // Sum of all block lengths.
-  LONG GetArraySize(int* pSize);
+  ORVEK_RESULT LONG GetArraySize(int* pSize);
   // Copies nCount elements from position nPos. A run past the end copies what
   // lies before the end and gives E_FAIL.
-  LONG Read(int nPos, int nCount, T* pData);
+  ORVEK_RESULT LONG Read(int nPos, int nCount, T* pData);
   // As Read, starting nOffset elements into block nPart; the offset may reach
   // on into the following blocks.
-  LONG ReadPartFrom(int nPart, int nOffset, int nCount, T* pData);
-  LONG Write(int nPos, int nCount, T const* pData);
-  LONG WritePartFrom(int nPart, int nOffset, int nCount, T const* pData);
+  ORVEK_RESULT LONG ReadPartFrom(int nPart, int nOffset, int nCount, T* pData);
+  ORVEK_RESULT LONG Write(int nPos, int nCount, T const* pData);
+  ORVEK_RESULT LONG WritePartFrom(int nPart, int nOffset, int nCount, T const* pData);
   // The block and offset of a position; a position at the end of a block is
   // offset 0 of the next non-empty one. E_FAIL past the end, outputs untouched.
-  LONG FindPart(int nPos, int* pPart, int* pOffset);
+  ORVEK_RESULT LONG FindPart(int nPos, int* pPart, int* pOffset);
 
  private:
   std::vector<tagPartInfo> m_Parts;

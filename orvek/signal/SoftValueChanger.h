@@ -17,16 +17,16 @@ class CSoftValueChanger {
   CSoftValueChanger& operator=(const CSoftValueChanger&) = default;
 
   // Sets the value at once, also during a change.
-  LONG Init(T fValue);
+  ORVEK_RESULT LONG Init(T fValue);
   // The value now: the target exactly once the time has run out.
   T GetValue();
   // Starts a change to fValue lasting fTime seconds (rounded to milliseconds;
   // 0 or less applies the target at once). E_FAIL when fValue is the target
   // already: the running change then goes on untouched.
-  LONG ChangeValue(T fValue, T fTime);
+  ORVEK_RESULT LONG ChangeValue(T fValue, T fTime);
   // The same with the curve mirrored, c = 1 - curve(1 - t): a slow start
   // becomes a fast one.
-  LONG ChangeValueInvDyn(T fValue, T fTime);
+  ORVEK_RESULT LONG ChangeValueInvDyn(T fValue, T fTime);
   // 1 while GetValue differs from the target, else 0; always 0 once the time
   // has run out, also for a NaN target.
   int IsChanging();
@@ -34,7 +34,7 @@ class CSoftValueChanger {
   virtual T GetDynCurve(T fPos);
 
  protected:
-  LONG Change(T fValue, T fTime, int bInvDyn);
+  ORVEK_RESULT LONG Change(T fValue, T fTime, int bInvDyn);
   // The value at the tick dwNow; *pbSteady tells whether the time has run out.
   T ValueAt(ULONG dwNow, bool* pbSteady);
 

@@ -129,5 +129,5 @@ CMTPtrLock::~CMTPtrLock() {
 void CMTPtrLock::RemoveObjectFromStorage() {
   // Only the holder of the entry's lock may clear it: a lock made on a
   // handle that was invalid then must not clear an entry added since.
-  if (m_pObjectLock) CMTPtrStorage::RemovePtr(m_nHandle);
+  if (m_pObjectLock) (void)CMTPtrStorage::RemovePtr(m_nHandle);  // a held entry is always known
 }

@@ -19,7 +19,7 @@ class ORVEK_API CMTPtrStorage {
  public:
   // Registers an object; handles count from 0. S_OK, or E_POINTER for a null
   // argument (*pHandle is then left alone).
-  static LONG AddPtr(void* pObject, int* pHandle);
+  ORVEK_RESULT static LONG AddPtr(void* pObject, int* pHandle);
   // Frees every entry; all handles become invalid and the next handle is 0.
   // For the very end only: the module calls it when it is unloaded, and a
   // CMTPtrLock alive at that moment is left with a lock that no longer
@@ -28,12 +28,12 @@ class ORVEK_API CMTPtrStorage {
 
  protected:
   // S_OK, or E_FAIL for an unknown handle.
-  static LONG RemovePtr(int nHandle);
+  ORVEK_RESULT static LONG RemovePtr(int nHandle);
   // The entry's object (null once removed): S_OK, E_POINTER, or
   // ERROR_INVALID_INDEX with *ppObject null.
-  static LONG GetPtr(int nHandle, void** ppObject);
+  ORVEK_RESULT static LONG GetPtr(int nHandle, void** ppObject);
   // The entry's lock, the same way.
-  static LONG GetCriticalSection(int nHandle, CCriticalSection** ppSection);
+  ORVEK_RESULT static LONG GetCriticalSection(int nHandle, CCriticalSection** ppSection);
 
   // Guards the vector and the pObject fields; held only for a few
   // instructions and never while waiting for an entry's lock.

@@ -33,7 +33,7 @@ LONG CTempObjects::Delete(void* pPtr) {
   const auto same = [pPtr](const tagPtrInfo& info) { return info.pPtr == pPtr; };
   const auto it = std::find_if(ms_PtrInfo.begin(), ms_PtrInfo.end(), same);
   if (it == ms_PtrInfo.end()) return E_FAIL;
-  DeletePtr(&*it);
+  (void)DeletePtr(&*it);  // an entry of the list: always S_OK
   // A block listed more than once is freed once: its later entries go too.
   ms_PtrInfo.erase(std::remove_if(it, ms_PtrInfo.end(), same), ms_PtrInfo.end());
   return S_OK;
@@ -44,6 +44,6 @@ void CTempObjects::Clean() {
   // A block listed more than once is freed once.
   std::unordered_set<void*> freed;
   for (tagPtrInfo& info : ms_PtrInfo)
-    if (freed.insert(info.pPtr).second) DeletePtr(&info);
+    if (freed.insert(info.pPtr).second) (void)DeletePtr(&info);  // an entry of the list: always S_OK
   ms_PtrInfo.clear();
 }

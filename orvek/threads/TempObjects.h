@@ -24,7 +24,7 @@ class ORVEK_API CTempObjects {
   // Registers a block made with new[].
   static void AddArrayPtr(void* pPtr);
   // Frees the block and deregisters it: S_OK, or E_FAIL if it is not listed.
-  static LONG Delete(void* pPtr);
+  ORVEK_RESULT static LONG Delete(void* pPtr);
   // Frees every block and empties the list.
   static void Clean();
 
@@ -33,5 +33,5 @@ class ORVEK_API CTempObjects {
   static std::vector<tagPtrInfo> ms_PtrInfo ORVEK_GUARDED_BY(ms_FncSection);
 
  private:
-  static LONG DeletePtr(tagPtrInfo* pInfo);
+  ORVEK_RESULT static LONG DeletePtr(tagPtrInfo* pInfo);
 };

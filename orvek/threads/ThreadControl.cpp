@@ -72,7 +72,7 @@ CMessagePoster::CMessagePoster() : m_hThread(nullptr), m_dwPeriod(0), m_StopEven
 
 // The poster thread works on the object: it must have ended before the
 // object does, however long that takes.
-CMessagePoster::~CMessagePoster() { stop(INFINITE); }
+CMessagePoster::~CMessagePoster() { (void)stop(INFINITE); }  // without a limit it cannot time out
 
 LONG CMessagePoster::Init(DWORD dwPeriod) {
   CSingleLock fnc(&m_csFnc, TRUE);

@@ -21,16 +21,16 @@ class ORVEK_API CThreadControl {
   // S_OK, E_FAIL (thread not made, or priority refused: the thread is then
   // abandoned before its body runs and the object is free again), or
   // ERROR_ALREADY_INITIALIZED while a thread exists.
-  LONG Init(DWORD (*pThreadFunc)(void*), void* pParam, int nPriority);
+  ORVEK_RESULT LONG Init(DWORD (*pThreadFunc)(void*), void* pParam, int nPriority);
   // Posts WM_QUIT and waits up to dwTimeout ms. S_OK if the thread ended,
   // else ERROR_TIMEOUT and the thread runs on unwatched. Either way the object
   // lets go of the thread and is free for a new Init (the worker gets only
   // pParam, never the object). The quit is not lost when the body has not
   // reached its loop yet: it is the first message the loop gets.
-  LONG Close(DWORD dwTimeout);
+  ORVEK_RESULT LONG Close(DWORD dwTimeout);
   // Posts to the thread, retrying while its queue does not exist yet.
   // E_PENDING with no thread, or once the thread has ended.
-  LONG PostMessageW(UINT nMsg, UINT wParam, LONG lParam);
+  ORVEK_RESULT LONG PostMessageW(UINT nMsg, UINT wParam, LONG lParam);
   void* GetHandle();
   DWORD GetThreadID();
 
@@ -69,7 +69,7 @@ class ORVEK_API CMessagePoster {
   // S_OK, E_FAIL, E_INVALIDARG for a period above 0x7FFFFFFF, or
   // ERROR_ALREADY_INITIALIZED while a poster thread exists, also one that a
   // timed-out Close has told to stop and that has not ended yet.
-  LONG Init(DWORD dwPeriod);
+  ORVEK_RESULT LONG Init(DWORD dwPeriod);
   void PostThreadMessageW(DWORD dwDelay, DWORD dwThreadID, UINT nMsg, UINT wParam, LONG lParam);
   // A null hWnd posts to the poster thread's own queue, which nobody reads.
   void PostMessageW(DWORD dwDelay, HWND hWnd, UINT nMsg, UINT wParam, LONG lParam);
@@ -78,12 +78,12 @@ class ORVEK_API CMessagePoster {
   // until it has ended, as it still works on the object: a later Close waits
   // again, and Init refuses until then. Queued messages stay and go out after
   // a later Init.
-  LONG Close();
+  ORVEK_RESULT LONG Close();
 
  private:
   static DWORD PostThread(void* pThis);
   void queue(const tagPostItem& item);
-  LONG stop(DWORD dwTimeout);
+  ORVEK_RESULT LONG stop(DWORD dwTimeout);
 
   std::deque<tagPostItem> m_Queue ORVEK_GUARDED_BY(m_csQueue);
   // Lock order: m_csFnc, then m_csQueue. The poster thread takes only

@@ -30,10 +30,10 @@ namespace Orvek {
 
 CEventTimer::CEventTimer() : m_hTimer(nullptr) {}
 
-CEventTimer::~CEventTimer() { Destroy(); }
+CEventTimer::~CEventTimer() { (void)Destroy(); }  // nothing to report from a destructor
 
 LONG CEventTimer::Create(DWORD dwPeriod) {
-  Destroy();
+  (void)Destroy();  // the timer of an earlier Create, if any, ends first
   m_hTimer = makeTicker(static_cast<LONG>(dwPeriod));
   return m_hTimer ? S_OK : E_FAIL;
 }
@@ -67,11 +67,11 @@ void* CEventTimer::GetHandle() { return m_hTimer; }
 
 CVarElapseTimer::CVarElapseTimer() : m_dwLastTick(0), m_hTimer(INVALID_HANDLE_VALUE), m_bStarted(0), m_nPeriod(0) {}
 
-CVarElapseTimer::~CVarElapseTimer() { Close(); }
+CVarElapseTimer::~CVarElapseTimer() { (void)Close(); }  // nothing to report from a destructor
 
 LONG CVarElapseTimer::Init(int nPeriod) {
   if (nPeriod <= 0) return E_INVALIDARG;
-  Close();
+  (void)Close();  // the timer of an earlier Init, if any, ends first
   HANDLE h = makeTicker(nPeriod);
   if (!h) return E_FAIL;
   m_hTimer = h;

@@ -19,14 +19,14 @@ class ORVEK_API CEventTimer {
 
   // Makes the timer, first tick at once, then every dwPeriod ms (0: once).
   // A timer made before is released first. S_OK, or E_FAIL with no timer.
-  LONG Create(DWORD dwPeriod);
-  LONG Destroy();
+  ORVEK_RESULT LONG Create(DWORD dwPeriod);
+  ORVEK_RESULT LONG Destroy();
   // Waits for the next tick: S_OK, or E_FAIL with no timer or a failed wait.
-  LONG WaitForTimer();
+  ORVEK_RESULT LONG WaitForTimer();
   // Waits for the next tick or for hOther, the tick first when both are
   // signalled. *pbOther is false on a tick, true otherwise. E_FAIL for a null
   // hOther or with no timer, E_POINTER for a null pbOther.
-  LONG WaitForTimer(void* hOther, bool* pbOther);
+  ORVEK_RESULT LONG WaitForTimer(void* hOther, bool* pbOther);
   void* GetHandle();
 
  private:
@@ -49,14 +49,14 @@ class ORVEK_API CVarElapseTimer {
   // Makes the timer that wakes the waits every nPeriod ms: the resolution of
   // the pacing. E_INVALIDARG for a period of 0 or less, E_FAIL if the timer
   // cannot be made or started. A timer made before is released first.
-  LONG Init(int nPeriod);
+  ORVEK_RESULT LONG Init(int nPeriod);
   // Releases the timer. The schedule stays: after a new Init it goes on from
   // the old base.
-  LONG Close();
+  ORVEK_RESULT LONG Close();
   // Waits until the scheduled end of this delay; the first call starts the
   // schedule. Returns at once while the caller is behind the schedule.
   // S_OK, E_PENDING with no timer, E_FAIL if the wait fails.
-  LONG WaitForDelay(DWORD dwDelay);
+  ORVEK_RESULT LONG WaitForDelay(DWORD dwDelay);
 
  private:
   void startSchedule();

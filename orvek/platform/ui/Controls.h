@@ -64,8 +64,8 @@ class ORVEK_API CComboBox : public CWnd {
 class ORVEK_API CTabCtrl : public CWnd {
  public:
   BOOL Create(DWORD dwStyle, const RECT& rect, CWnd* pParentWnd, UINT nID);
-  LONG InsertItem(int nItem, const wchar_t* lpszItem);
-  LONG InsertItem(int nItem, TCITEMW* pTabCtrlItem);
+  ORVEK_RESULT LONG InsertItem(int nItem, const wchar_t* lpszItem);
+  ORVEK_RESULT LONG InsertItem(int nItem, TCITEMW* pTabCtrlItem);
   int GetItemCount() const;
   int GetCurSel() const;
   int SetCurSel(int nItem);

@@ -138,7 +138,7 @@ class ORVEK_API CWnd {
   QWidget* GetQWidget() const;
   // Writes the client area with its children as PNG: S_OK, E_POINTER for a
   // null path, E_FAIL without a window or when the file cannot be written.
-  LONG SaveClientImage(const wchar_t* pszPath) const;
+  ORVEK_RESULT LONG SaveClientImage(const wchar_t* pszPath) const;
   // The period that SetTimer was given for a running timer.
   BOOL GetTimerElapse(UINT_PTR nIDEvent, UINT* pElapse) const;
 

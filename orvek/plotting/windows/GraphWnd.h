@@ -64,12 +64,12 @@ class ORVEK_API CGraphWnd : public CWnd {
   // Shows with the next stroke of that stretch; (0, 0) clears it.
   void HighlightCurve(int iCurve, int iFrom, int iTo);
   // The next block snaps the ranges to its data. Always S_OK.
-  LONG ResetAdaptation(void);
+  ORVEK_RESULT LONG ResetAdaptation(void);
   // 1 when everything pushed so far has been handed on to a paint.
   int IsDrawed(void);
   // Writes the frame bitmap (axes and curves as last composed) as PNG:
   // S_OK, or E_FAIL without a drawer or when the file cannot be written.
-  LONG SaveImage(const wchar_t* pszPath);
+  ORVEK_RESULT LONG SaveImage(const wchar_t* pszPath);
 
   void OnPaint(void) override;
   void OnTimer(UINT nIDEvent) override;

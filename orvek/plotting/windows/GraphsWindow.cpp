@@ -164,14 +164,14 @@ LONG CGraphsWindow::UnhighlightCurve(int iGraph, int iCurve) {
 }
 
 LONG CGraphsWindow::ResetAdaptation(int iGraph) {
-  return WithGraph(this, iGraph, false, [](CGraphWnd* g) { g->ResetAdaptation(); });
+  return WithGraph(this, iGraph, false, [](CGraphWnd* g) { (void)g->ResetAdaptation(); });  // always S_OK
 }
 
 LONG CGraphsWindow::ResetAdaptation(void) {
   CSingleLock lock(&m_csGraphs, TRUE);
   if (m_graphs.empty()) return E_FAIL;
   for (CGraphWnd* g : m_graphs)
-    if (g) g->ResetAdaptation();
+    if (g) (void)g->ResetAdaptation();  // always S_OK
   return S_OK;
 }
 

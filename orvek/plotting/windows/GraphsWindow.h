@@ -47,35 +47,35 @@ class ORVEK_API CGraphsWindow : public CWnd {
   int IsGraphDrawed(int iGraph);
   // The rectangle of that description in client coordinates, also after
   // the window closed. E_POINTER, E_FAIL for an index outside the list.
-  LONG GetGraphWndRect(int iGraph, CRect* pRect);
+  ORVEK_RESULT LONG GetGraphWndRect(int iGraph, CRect* pRect);
 
   // These give E_FAIL for an index outside the list (negative included) and
   // after the window closed; an entry without a graph is skipped with S_OK.
   // The intake below also gives E_FAIL once the host has left its event loop
   // (the lent loop ended on WM_QUIT, or the Qt host's exec() returned), so
   // that a feeding thread ends before the host joins it.
-  LONG SetROIAutoY(int iGraph, int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, int nYDivs);
-  LONG SetROI(int iGraph, int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, double dYMin, double dYMax,
+  ORVEK_RESULT LONG SetROIAutoY(int iGraph, int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, int nYDivs);
+  ORVEK_RESULT LONG SetROI(int iGraph, int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, double dYMin, double dYMax,
               float fYAxisMin, float fYAxisMax, int nYDivs);
-  LONG HighlightCurve(int iGraph, int iFrom, int iTo, int iCurve);
-  LONG UnhighlightCurve(int iGraph, int iCurve);
-  LONG ResetAdaptation(int iGraph);
+  ORVEK_RESULT LONG HighlightCurve(int iGraph, int iFrom, int iTo, int iCurve);
+  ORVEK_RESULT LONG UnhighlightCurve(int iGraph, int iCurve);
+  ORVEK_RESULT LONG ResetAdaptation(int iGraph);
   // Every graph; E_FAIL when there is none.
-  LONG ResetAdaptation(void);
+  ORVEK_RESULT LONG ResetAdaptation(void);
 
   // Intake from any thread (T as for CGraphWnd). A curve index outside the
   // graph is no failure: the block is dropped.
   template <typename T>
-  LONG DrawGraph(int iGraph, const void* pData, int nCount, int nStride, int iCurve);
+  ORVEK_RESULT LONG DrawGraph(int iGraph, const void* pData, int nCount, int nStride, int iCurve);
   template <typename T>
-  LONG DrawGraphHistory(int iGraph, const void* pData, int nCount, int nHistory, int nStride, int iCurve);
+  ORVEK_RESULT LONG DrawGraphHistory(int iGraph, const void* pData, int nCount, int nHistory, int nStride, int iCurve);
   template <typename T>
-  LONG DrawGraphAvg(int iGraph, const void* pData, int nCount, double dFactor, int nStride, int iCurve);
+  ORVEK_RESULT LONG DrawGraphAvg(int iGraph, const void* pData, int nCount, double dFactor, int nStride, int iCurve);
 
   // Writes the whole client area with all graphs, as they are painted now,
   // as PNG (shown or hidden): S_OK, or E_FAIL without a window, on another
   // thread, or when the file cannot be written.
-  LONG SaveImage(const wchar_t* pszPath);
+  ORVEK_RESULT LONG SaveImage(const wchar_t* pszPath);
 
   void OnClose(void) override;
   void OnDestroy(void) override;

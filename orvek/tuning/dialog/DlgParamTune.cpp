@@ -266,9 +266,9 @@ void CDlgParamTune::Create(PFN_PARAM_NOTIFY pfnNotify, void* pContext) {
   if (nGroups > 1) {
     m_tab.Create(WS_CHILD | WS_VISIBLE, CRect(0, 0, 0, 0), this, 0);
     int item = 0;
-    if (!firstIsGroup) m_tab.InsertItem(item++, kNoGroupTab);
+    if (!firstIsGroup) (void)m_tab.InsertItem(item++, kNoGroupTab);  // a tab at the end cannot be refused
     for (const tagParamInfoV2& p : m_params)
-      if (p.eType == ePT_Group) m_tab.InsertItem(item++, p.pszName);
+      if (p.eType == ePT_Group) (void)m_tab.InsertItem(item++, p.pszName);  // at the end: never refused
   }
 
   int nColumns = 0, nRows = 0, offsetX = 0, offsetY = 0;
@@ -809,7 +809,7 @@ LONG CDlgParamTune::LoadParamValues(const char* pszPath) {
   CSingleLock lock(&m_lock, TRUE);
   if (!pszPath) return S_OK;
   CIniFile ini;
-  ini.Create(pszPath, 0, 0);
+  (void)ini.Create(pszPath, 0, 0);  // a missing file reads as empty: every key keeps its value
   CStringW section(kNoGroupSection);
   // By index, with the entry copied: a callback may change the list.
   for (std::size_t i = 0; i < m_params.size(); ++i) {
@@ -835,7 +835,7 @@ LONG CDlgParamTune::LoadParamValues(const char* pszPath) {
     }
     if (changed) OnParamChanged(static_cast<int>(i));
   }
-  ini.Close();
+  (void)ini.Close();  // opened for reading: nothing is written
   return S_OK;
 }
 

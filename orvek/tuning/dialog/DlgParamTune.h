@@ -148,13 +148,13 @@ class ORVEK_API CDlgParamTune : public CWnd {
 
   // S_OK; a missing file or key changes nothing. Each changed value is
   // reported at once, on the calling thread. A null path is a missing file.
-  LONG LoadParamValues(const char* pszPath);
-  LONG LoadParamValues(const wchar_t* pszPath);
+  ORVEK_RESULT LONG LoadParamValues(const char* pszPath);
+  ORVEK_RESULT LONG LoadParamValues(const wchar_t* pszPath);
   // S_OK, or E_FAIL if the file cannot be created (also for a null path).
   // The new file is written and flushed beside the old one and then takes
   // its place: a write error (CFileException) leaves the old file whole.
-  LONG SaveParamValues(const char* pszPath);
-  LONG SaveParamValues(const wchar_t* pszPath);
+  ORVEK_RESULT LONG SaveParamValues(const char* pszPath);
+  ORVEK_RESULT LONG SaveParamValues(const wchar_t* pszPath);
 
  protected:
   // A check box with a plain callback.
