@@ -62,6 +62,12 @@ struct Graph {
   }
 };
 
+// Every curve into the drawer, in one block each.
+inline void Feed(Graph& g, const std::vector<std::vector<float>>& curves) {
+  for (int c = 0; c < kCurves; ++c)
+    g.d.SetData(const_cast<float*>(curves[c].data()), static_cast<int>(curves[c].size()), 1, c, kCurves);
+}
+
 // The drawer's vertices of every sample, as plain Qt points.
 inline std::vector<QPolygonF> Vertices(const CGraphDrawer& d, const std::vector<std::vector<float>>& curves) {
   std::vector<QPolygonF> lines;
@@ -100,6 +106,29 @@ class RatioReporter : public benchmark::ConsoleReporter {
     return v[static_cast<std::size_t>(q * static_cast<double>(v.size() - 1) + 0.5)];
   }
 };
+
+// The competing approach of the frame benchmarks: each curve of every sample
+// as one bare QPainter polyline over black, with the pen width of each curve.
+inline void QtPolylines(benchmark::State& state, const std::function<double(int curve)>& width) {
+  const auto curves = Signal(static_cast<int>(state.range(0)));
+  Graph g;  // for the drawer's ranges only
+  Feed(g, curves);
+  const auto lines = Vertices(g.d, curves);
+  QImage image(kWidth, kHeight, QImage::Format_RGB32);
+  for (auto _ : state) {
+    image.fill(0xFF000000u);
+    QPainter p(&image);
+    p.setRenderHint(QPainter::Antialiasing);
+    for (int c = 0; c < kCurves; ++c) {
+      QPen pen(QColor::fromRgba(kColors[c]));
+      pen.setWidthF(width(c));
+      pen.setCapStyle(Qt::FlatCap);
+      pen.setJoinStyle(Qt::BevelJoin);
+      p.setPen(pen);
+      p.drawPolyline(lines[c]);
+    }
+  }
+}
 
 // Runs the benchmarks, then prints what the caller makes of the figures.
 inline int Main(int argc, char** argv, const std::function<void(const RatioReporter&)>& summary) {

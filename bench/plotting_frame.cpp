@@ -18,29 +18,10 @@ static void BM_FullFrame(benchmark::State& state) { FullFrame(state, false); }
 // Every sample a vertex, as before dense columns were stroked as their outline.
 static void BM_FullFrameEverySample(benchmark::State& state) { FullFrame(state, true); }
 
-static void QtLines(benchmark::State& state, bool graphPens) {
-  const auto curves = Signal(static_cast<int>(state.range(0)));
-  Graph g;  // for the drawer's ranges only
-  for (int c = 0; c < kCurves; ++c) g.d.SetData(const_cast<float*>(curves[c].data()), static_cast<int>(curves[c].size()), 1, c, kCurves);
-  const auto lines = Vertices(g.d, curves);
-  QImage image(kWidth, kHeight, QImage::Format_RGB32);
-  for (auto _ : state) {
-    image.fill(0xFF000000u);
-    QPainter p(&image);
-    p.setRenderHint(QPainter::Antialiasing);
-    for (int c = 0; c < kCurves; ++c) {
-      QPen pen(QColor::fromRgba(kColors[c]));
-      pen.setWidthF(graphPens && c < 2 ? 2.0 : 1.0);
-      pen.setCapStyle(Qt::FlatCap);
-      pen.setJoinStyle(Qt::BevelJoin);
-      p.setPen(pen);
-      p.drawPolyline(lines[c]);
-    }
-  }
+static void BM_QtThinFloor(benchmark::State& state) { QtPolylines(state, [](int) { return 1.0; }); }
+static void BM_QtWholePolyline(benchmark::State& state) {
+  QtPolylines(state, [](int c) { return c < 2 ? 2.0 : 1.0; });
 }
-
-static void BM_QtThinFloor(benchmark::State& state) { QtLines(state, false); }
-static void BM_QtWholePolyline(benchmark::State& state) { QtLines(state, true); }
 
 BENCHMARK(BM_FullFrame)->Arg(1000)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_FullFrameEverySample)->Arg(1000)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);

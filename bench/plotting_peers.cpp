@@ -13,11 +13,6 @@ using namespace plotbench;
 
 namespace {
 
-void Feed(Graph& g, const std::vector<std::vector<float>>& curves) {
-  for (int c = 0; c < kCurves; ++c)
-    g.d.SetData(const_cast<float*>(curves[c].data()), static_cast<int>(curves[c].size()), 1, c, kCurves);
-}
-
 // A plot whose axis rectangle is the drawer's plot, the curves with the
 // drawer's pens and ranges.
 struct Custom {
@@ -73,28 +68,8 @@ static void BM_QCustomPlot(benchmark::State& state) {
   for (auto _ : state) q.Frame();
 }
 
-static void QtPolylines(benchmark::State& state, double width) {
-  const auto curves = Signal(static_cast<int>(state.range(0)));
-  Graph g;  // for the drawer's ranges only
-  Feed(g, curves);
-  const auto lines = Vertices(g.d, curves);
-  QImage image(kWidth, kHeight, QImage::Format_RGB32);
-  for (auto _ : state) {
-    image.fill(0xFF000000u);
-    QPainter p(&image);
-    p.setRenderHint(QPainter::Antialiasing);
-    for (int c = 0; c < kCurves; ++c) {
-      QPen pen(QColor::fromRgba(kColors[c]));
-      pen.setWidthF(width);
-      pen.setCapStyle(Qt::FlatCap);
-      pen.setJoinStyle(Qt::BevelJoin);
-      p.setPen(pen);
-      p.drawPolyline(lines[c]);
-    }
-  }
-}
-static void BM_QPainter1px(benchmark::State& state) { QtPolylines(state, 1.0); }
-static void BM_QPainter2px(benchmark::State& state) { QtPolylines(state, 2.0); }
+static void BM_QPainter1px(benchmark::State& state) { QtPolylines(state, [](int) { return 1.0; }); }
+static void BM_QPainter2px(benchmark::State& state) { QtPolylines(state, [](int) { return 2.0; }); }
 
 // Strip chart: each iteration takes a block of 1,000 per curve into a
 // history of 10,000 and draws the frame.

@@ -41,22 +41,32 @@ int ClampInt(int value, double dMin, double dMax) {
   return hi > t ? t : hi;
 }
 
-int FloatDecimals(double dMin, double dMax) {
-  float step = static_cast<float>(dMax - dMin) * 0.00390625f;
-  if (!(step > 0.0f)) return 0;  // crossing bounds, equal bounds, NaN
+namespace {
+// One decimal for each tenth the slider's step lies below 1, at most `most`;
+// no step (crossing or equal bounds, NaN) needs none.
+int StepDecimals(float step, int most) {
   int d = 0;
-  while (step < 1.0f && step != 0.0f) {
+  while (step < 1.0f && step > 0.0f && d < most) {
     step *= 10.0f;
     ++d;
   }
   return d;
 }
 
-CStringW FloatText(float value, double dMin, double dMax) {
+CStringW TextWithDecimals(float value, int decimals) {
   CStringW format, text;
-  format.Format(L"%%.%df", FloatDecimals(dMin, dMax));
+  format.Format(L"%%.%df", decimals);
   text.Format(format.GetString(), static_cast<double>(value));
   return text;
+}
+}  // namespace
+
+int FloatDecimals(double dMin, double dMax) {
+  return StepDecimals(static_cast<float>(dMax - dMin) * 0.00390625f, INT_MAX);
+}
+
+CStringW FloatText(float value, double dMin, double dMax) {
+  return TextWithDecimals(value, FloatDecimals(dMin, dMax));
 }
 
 bool LogScaleUsable(double dMin, double dMax) {
@@ -80,22 +90,13 @@ float LogPosToFloat(int pos, double dMin, double dMax) {
 
 int LogFloatDecimals(double dMin, double dMax) {
   if (!LogScaleUsable(dMin, dMax)) return FloatDecimals(dMin, dMax);
-  float step = static_cast<float>(static_cast<double>(LogPosToFloat(1, dMin, dMax)) - dMin);
-  int d = 0;
   // The same rule as the linear float, on the smallest step; a step too
   // small for a float stops at the precision a float holds.
-  while (step < 1.0f && step > 0.0f && d < 9) {
-    step *= 10.0f;
-    ++d;
-  }
-  return d;
+  return StepDecimals(static_cast<float>(static_cast<double>(LogPosToFloat(1, dMin, dMax)) - dMin), 9);
 }
 
 CStringW LogFloatText(float value, double dMin, double dMax) {
-  CStringW format, text;
-  format.Format(L"%%.%df", LogFloatDecimals(dMin, dMax));
-  text.Format(format.GetString(), static_cast<double>(value));
-  return text;
+  return TextWithDecimals(value, LogFloatDecimals(dMin, dMax));
 }
 
 CStringW ValueText(eParamTypeV2 eType, float value, double dMin, double dMax) {
