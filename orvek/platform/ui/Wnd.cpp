@@ -322,22 +322,23 @@ std::vector<CWndImpl*> implsBelow(const QWidget* top) {
   return out;
 }
 
-// Width of a rectangle's side without signed overflow, for any 32-bit edges;
-// negative spans are 0, spans too long for a widget are cut.
-int spanOf(LONG from, LONG to) {
-  const long long d = static_cast<long long>(to) - from;
-  return static_cast<int>(std::clamp<long long>(d, 0, QWIDGETSIZE_MAX));
-}
 // Window positions far beyond any screen are held where Qt's arithmetic on
 // them cannot overflow.
 int placeOf(int v) { return std::clamp(v, -QWIDGETSIZE_MAX, QWIDGETSIZE_MAX); }
 
-QRect toQRect(const RECT& r) { return QRect(r.left, r.top, spanOf(r.left, r.right), spanOf(r.top, r.bottom)); }
+QRect toQRect(const RECT& r) {
+  return QRect(r.left, r.top, orvek_ui::SpanOf(r.left, r.right), orvek_ui::SpanOf(r.top, r.bottom));
+}
 RECT toRECT(const QRect& r) { return RECT{r.left(), r.top(), r.left() + r.width(), r.top() + r.height()}; }
 
 }  // namespace
 
 // ---- private helpers ---------------------------------------------------------------
+
+int orvek_ui::SpanOf(LONG from, LONG to) {
+  const long long d = static_cast<long long>(to) - from;
+  return static_cast<int>(std::clamp<long long>(d, 0, QWIDGETSIZE_MAX));
+}
 
 QString orvek_ui::toQString(const wchar_t* text) {
   return text ? QString::fromWCharArray(text) : QString();
@@ -622,7 +623,8 @@ BOOL CWnd::CreateEx(DWORD dwExStyle, const wchar_t* lpszClassName, const wchar_t
   // The platform window exists from now on, so that its frame is known
   // before it is first placed.
   if (!child) w->winId();
-  MoveWindow(rect.left, rect.top, spanOf(rect.left, rect.right), spanOf(rect.top, rect.bottom), FALSE);
+  MoveWindow(rect.left, rect.top, orvek_ui::SpanOf(rect.left, rect.right), orvek_ui::SpanOf(rect.top, rect.bottom),
+             FALSE);
   impl->text = lpszWindowName ? lpszWindowName : L"";
   orvek_ui::controlSetText(impl);
   if (dwStyle & WS_DISABLED) w->setEnabled(false);
@@ -632,8 +634,8 @@ BOOL CWnd::CreateEx(DWORD dwExStyle, const wchar_t* lpszClassName, const wchar_t
   cs.hwndParent = pParentWnd ? pParentWnd->m_hWnd : nullptr;
   cs.x = rect.left;
   cs.y = rect.top;
-  cs.cx = spanOf(rect.left, rect.right);
-  cs.cy = spanOf(rect.top, rect.bottom);
+  cs.cx = orvek_ui::SpanOf(rect.left, rect.right);
+  cs.cy = orvek_ui::SpanOf(rect.top, rect.bottom);
   cs.style = static_cast<LONG>(dwStyle);
   cs.lpszName = lpszWindowName;
   cs.lpszClass = lpszClassName;
@@ -987,8 +989,8 @@ void CWnd::MoveWindow(int x, int y, int nWidth, int nHeight, BOOL) {
 
 void CWnd::MoveWindow(LPCRECT lpRect, BOOL bRepaint) {
   if (lpRect)
-    MoveWindow(lpRect->left, lpRect->top, spanOf(lpRect->left, lpRect->right), spanOf(lpRect->top, lpRect->bottom),
-               bRepaint);
+    MoveWindow(lpRect->left, lpRect->top, orvek_ui::SpanOf(lpRect->left, lpRect->right),
+               orvek_ui::SpanOf(lpRect->top, lpRect->bottom), bRepaint);
 }
 
 void CWnd::GetWindowRect(LPRECT lpRect) const { ::GetWindowRect(m_hWnd, lpRect); }

@@ -123,6 +123,9 @@ bool brushColor(HBRUSH brush, QColor* color);
 bool fontOf(HFONT font, QFont* out);
 
 QString toQString(const wchar_t* text);
+// A rectangle's side without signed overflow, for any 32-bit edges: a
+// reversed side is 0, one longer than a widget can be is cut.
+int SpanOf(LONG from, LONG to);
 std::wstring toWide(const QString& text);
 
 }  // namespace orvek_ui

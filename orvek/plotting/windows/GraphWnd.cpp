@@ -10,17 +10,13 @@
 #include <orvek/platform/gfx/GraphicsSession.h>
 #include <orvek/platform/gfx/QtInterop.h>
 #include <orvek/platform/ui/Dc.h>
+#include <orvek/platform/ui/Wnd_p.h>
 #include <orvek/plotting/drawer/GraphDrawer.h>
 
 namespace {
 constexpr UINT_PTR kRedrawTimerId = 1;
 constexpr UINT kDefaultPeriodMs = 40;
 
-// A side of the host's rectangle, without overflow for any 32-bit edges;
-// reversed sides are 0 and sides no window can have are cut.
-int SideOf(LONG from, LONG to) {
-  return static_cast<int>(std::clamp<long long>(static_cast<long long>(to) - from, 0, QWIDGETSIZE_MAX));
-}
 // Bitmaps above this many pixels (1 GiB each) are not even asked for.
 constexpr long long kMaxPixels = 1LL << 28;
 }  // namespace
@@ -35,8 +31,8 @@ void CGraphWnd::Create(tagRECT rcWindow, CWnd* pParent, const wchar_t* pTitle, c
   if (m_pDrawer) Destroy();
   m_nCurves = 1;
   CGraphDrawer* d = new CGraphDrawer;
-  const int W = SideOf(rcWindow.left, rcWindow.right);
-  const int H = SideOf(rcWindow.top, rcWindow.bottom);
+  const int W = orvek_ui::SpanOf(rcWindow.left, rcWindow.right);
+  const int H = orvek_ui::SpanOf(rcWindow.top, rcWindow.bottom);
   if (COrvekGlobals::m_GdiToken == 0) {
     GdiplusStartupInput input;
     if (GdiplusStartup(&d->m_gdiToken, &input, nullptr) != 0) d->m_gdiToken = 0;
