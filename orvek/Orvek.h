@@ -1,6 +1,7 @@
 #pragma once
 
-// The whole public interface of the Orvek library.
+/// \file
+/// The whole public interface of the Orvek library.
 
 #include <orvek/platform/core/File.h>
 #include <orvek/platform/core/Kernel.h>
