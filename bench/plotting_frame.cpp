@@ -18,6 +18,25 @@ static void BM_FullFrame(benchmark::State& state) { FullFrame(state, false); }
 // Every sample a vertex, as before dense columns were stroked as their outline.
 static void BM_FullFrameEverySample(benchmark::State& state) { FullFrame(state, true); }
 
+// What a wheel notch or a drag step costs: a new view of the same samples,
+// axes and curves redrawn, alternately zoomed in about a point and panned.
+static void BM_InteractionFrame(benchmark::State& state) {
+  const auto curves = Signal(static_cast<int>(state.range(0)));
+  Graph g;
+  for (int c = 0; c < kCurves; ++c) g.d.SetData(const_cast<float*>(curves[c].data()), static_cast<int>(curves[c].size()), 1, c, kCurves);
+  g.FullFrame();
+  const tagPlotView host = g.d.GetView();
+  int step = 0;
+  for (auto _ : state) {
+    const tagPlotView v = g.d.GetView();
+    g.d.SetView(step % 2 ? orvek_view::Pan(v, 0.01, 0.0) : orvek_view::ZoomX(v, 0.3, 0.98));
+    if (++step == 40) {  // back before the view shrinks far below the host's
+      step = 0;
+      g.d.SetView(host);
+    }
+  }
+}
+
 static void BM_QtThinFloor(benchmark::State& state) { QtPolylines(state, [](int) { return 1.0; }); }
 static void BM_QtWholePolyline(benchmark::State& state) {
   QtPolylines(state, [](int c) { return c < 2 ? 2.0 : 1.0; });
@@ -25,6 +44,7 @@ static void BM_QtWholePolyline(benchmark::State& state) {
 
 BENCHMARK(BM_FullFrame)->Arg(1000)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_FullFrameEverySample)->Arg(1000)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_InteractionFrame)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_QtThinFloor)->Arg(1000)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_QtWholePolyline)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond)->Iterations(3);
 
@@ -40,6 +60,10 @@ int main(int argc, char** argv) {
                   r.Get(every), r.Get(every, 1), r.Get(every) / r.Get(full));
       const double whole = r.Get(std::string("BM_QtWholePolyline/") + n + "/iterations:3");
       if (whole == whole) std::printf(", %.1f x faster than Qt's whole polyline (%.1f ms)", whole / r.Get(full), whole);
+      const std::string zoom = std::string("BM_InteractionFrame/") + n;
+      if (r.Get(zoom) == r.Get(zoom))
+        std::printf("; a zoom or pan frame %.2f / %.2f / %.2f ms = %.2f x the full frame", r.Get(zoom, 0), r.Get(zoom),
+                    r.Get(zoom, 1), r.Get(zoom) / r.Get(full));
       std::printf("\n");
     }
   });

@@ -41,6 +41,7 @@
 #include <orvek/plotting/drawer/AxesDrawerBase.h>
 #include <orvek/plotting/drawer/GraphDrawer.h>
 #include <orvek/plotting/drawer/PlotElementTypes.h>
+#include <orvek/plotting/drawer/PlotView.h>
 #include <orvek/plotting/windows/GraphWnd.h>
 #include <orvek/plotting/windows/GraphsWindow.h>
 

@@ -10,6 +10,8 @@
 #include <orvek/platform/core/File.h>
 #include <orvek/platform/core/Kernel.h>
 #include <orvek/platform/core/Module.h>
+#include <orvek/platform/core/Module_p.h>
+#include <orvek/platform/core/Time_p.h>
 
 namespace {
 
@@ -104,20 +106,7 @@ LONG COrvekGlobals::WriteToFile(const wchar_t* path, const void* data, int size,
 }
 
 LONG COrvekGlobals::GetFileInfo(HINSTANCE module, tagVS_FIXEDFILEINFO* info) {
-  if (!info) return E_FAIL;
-  // The module's path at its full length, as the bytes the system gave.
-  const std::string name = OrvekGetModuleFileName(module);
-  if (name.empty()) return E_FAIL;
-  DWORD handle = 0;
-  const DWORD size = GetFileVersionInfoSizeA(name.c_str(), &handle);
-  if (size == 0) return E_FAIL;
-  std::vector<unsigned char> block(size);
-  void* fixed = nullptr;
-  UINT length = 0;
-  if (!GetFileVersionInfoA(name.c_str(), handle, size, block.data())) return E_FAIL;
-  if (!VerQueryValueW(block.data(), L"\\", &fixed, &length)) return E_FAIL;
-  std::memcpy(info, fixed, std::min<std::size_t>(length, sizeof *info));
-  return S_OK;
+  return orvek_detail::GetModuleFixedFileInfo(module, info);
 }
 
 void COrvekGlobals::CSTRtoWSTR(const char* text, std::vector<wchar_t>* result) {
@@ -183,10 +172,7 @@ LONG COrvekGlobals::GetNewIndexFileName(CStringW* format, CStringW* result, int 
   return E_FAIL;
 }
 
-ULONG COrvekGlobals::GetTicksElapsed(ULONG now, ULONG start) {
-  // After a wrap the count is one less than the plain difference.
-  return now >= start ? now - start : 0xFFFFFFFFu - start + now;
-}
+ULONG COrvekGlobals::GetTicksElapsed(ULONG now, ULONG start) { return orvek_detail::TicksElapsed(now, start); }
 
 template <>
 int COrvekGlobals::CompareLists<int>(std::vector<int>* a, std::vector<int>* b) {

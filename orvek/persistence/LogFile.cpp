@@ -5,9 +5,10 @@
 #include <cwchar>
 #include <string>
 
-#include <orvek/frame/OrvekGlobals.h>
 #include <orvek/platform/core/Kernel.h>
 #include <orvek/platform/core/Module.h>
+#include <orvek/platform/core/Module_p.h>
+#include <orvek/platform/core/Time_p.h>
 
 namespace {
 
@@ -65,7 +66,7 @@ LONG CLogFile::Init(const wchar_t* pFileName, const wchar_t* pFolder, const wcha
     (void)AddString(line, false);  // open here: gives S_OK or throws
     // A module without a version block shows 0.0.0.0.
     tagVS_FIXEDFILEINFO info{};
-    if (COrvekGlobals::GetFileInfo(hModule, &info) != S_OK) info = tagVS_FIXEDFILEINFO{};
+    if (orvek_detail::GetModuleFixedFileInfo(hModule, &info) != S_OK) info = tagVS_FIXEDFILEINFO{};
     line.Format(L"Module version:\t%d.%d.%d.%d", int(info.dwFileVersionMS >> 16), int(info.dwFileVersionMS & 0xFFFF),
                 int(info.dwFileVersionLS >> 16), int(info.dwFileVersionLS & 0xFFFF));
     (void)AddString(line, false);  // open here: gives S_OK or throws
@@ -89,7 +90,7 @@ LONG CLogFile::AddString(const wchar_t* pText, bool bStamp) {
   CSingleLock lock(m_pSection, TRUE);
   if (!m_pFile) return E_PENDING;
   if (bStamp) {
-    const ULONG t = COrvekGlobals::GetTicksElapsed(GetTickCount(), m_dwStartTick);
+    const ULONG t = orvek_detail::TicksElapsed(GetTickCount(), m_dwStartTick);
     char stamp[32];
     const int n = std::snprintf(stamp, sizeof stamp, "%2d:%02d:%02d.%03d\t", int(t / 3600000), int(t / 60000 % 60),
                                 int(t / 1000 % 60), int(t % 1000));

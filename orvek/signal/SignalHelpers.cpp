@@ -1,10 +1,10 @@
-// The signal helpers of COrvekGlobals: FIR normalisation and the search for
-// whole-number resampling factors.
-#include <orvek/frame/OrvekGlobals.h>
+// The signal helpers: FIR normalisation and the search for whole-number
+// resampling factors.
+#include <orvek/signal/SignalHelpers_p.h>
 
 #include <cmath>
 
-float COrvekGlobals::NormalizeFIR(float* pCoeffs, int nCount) {
+float orvek_signal::NormalizeFIR(float* pCoeffs, int nCount) {
   float s = 0.0f;
   if (pCoeffs)
     for (int i = 0; i < nCount; ++i) s += std::fabs(pCoeffs[i]);
@@ -14,7 +14,7 @@ float COrvekGlobals::NormalizeFIR(float* pCoeffs, int nCount) {
   return static_cast<float>(20.0 * std::log10(static_cast<double>(fInv)));
 }
 
-LONG COrvekGlobals::GetUpDownFactor(float fInRate, float fOutRate, int* pUp, int* pDown) {
+LONG orvek_signal::GetUpDownFactor(float fInRate, float fOutRate, int* pUp, int* pDown) {
   if (!pUp || !pDown) return E_POINTER;
   if (!(fInRate > 0.0f) || !(fOutRate > 0.0f) || std::isinf(fInRate) || std::isinf(fOutRate)) return E_INVALIDARG;
   // Plain float equality decides, as the factors must reproduce the rate

@@ -1,7 +1,7 @@
 #include <orvek/threads/ThreadControl.h>
 
-#include <orvek/frame/OrvekGlobals.h>
 #include <orvek/platform/core/Kernel_p.h>
+#include <orvek/platform/core/Time_p.h>
 
 // ---- CThreadControl ---------------------------------------------------------
 
@@ -141,7 +141,7 @@ DWORD CMessagePoster::PostThread(void* pThis) {
     CSingleLock q(&self->m_csQueue, TRUE);
     while (!self->m_Queue.empty()) {
       const tagPostItem& front = self->m_Queue.front();
-      if (COrvekGlobals::GetTicksElapsed(GetTickCount(), front.dwPostTick) < front.dwDelay) break;
+      if (orvek_detail::TicksElapsed(GetTickCount(), front.dwPostTick) < front.dwDelay) break;
       // Posting never blocks, so it is safe under the queue's lock.
       if (front.dwThreadID != 0)
         ::PostThreadMessageW(front.dwThreadID, front.nMsg, front.wParam, front.lParam);

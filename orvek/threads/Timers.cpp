@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-#include <orvek/frame/OrvekGlobals.h>
+#include <orvek/platform/core/Time_p.h>
 
 namespace {
 
@@ -91,7 +91,7 @@ LONG CVarElapseTimer::WaitForDelay(DWORD dwDelay) {
     m_bStarted = 1;
     startSchedule();
   }
-  while (COrvekGlobals::GetTicksElapsed(GetTickCount(), m_dwLastTick) < dwDelay) {
+  while (orvek_detail::TicksElapsed(GetTickCount(), m_dwLastTick) < dwDelay) {
     if (WaitForSingleObject(m_hTimer, INFINITE) != WAIT_OBJECT_0) return E_FAIL;
   }
   // The base moves by the delay, not to now: lateness does not carry over.

@@ -1,6 +1,7 @@
 # Tries a header of QtCore, QtGui and QtWidgets with the include folders of
 # each object library of the library: only the graphics layer may reach
-# QtCore and QtGui, only the window layer all three.
+# QtCore and QtGui, only the window layer all three. Then reads the includes
+# of the lower layers' sources, which must stay below them.
 cmake_policy(VERSION 3.25)
 include(${LAYERS_FILE})
 file(MAKE_DIRECTORY ${WORK_DIR})
@@ -36,3 +37,56 @@ if(wrong)
   message(FATAL_ERROR "Qt reaches the wrong layers: ${wrong}")
 endif()
 message(STATUS "Qt reaches only the graphics and window layers")
+
+# The layers' own includes, read from the sources: each folder includes only
+# the folders below it. The platform never includes a subsystem, subsystems
+# 2, 3, 4 and 6 and the parameter model build on the core alone, the drawer
+# on the core and the graphics layer; inside the platform a Qt header must
+# come from the layer's own Qt modules.
+get_filename_component(source_dir ${CMAKE_CURRENT_LIST_DIR}/../.. ABSOLUTE)
+set(wrong "")
+set(below_platform/core platform/core)
+set(below_platform/gfx platform/core platform/gfx)
+set(below_platform/ui platform/core platform/gfx platform/ui)
+set(below_signal platform/core signal)
+set(below_persistence platform/core persistence)
+set(below_threads platform/core threads)
+set(below_tables platform/core tables)
+set(below_tuning/model platform/core tuning/model)
+set(below_plotting/drawer platform/core platform/gfx plotting/drawer)
+# The rectangle search of the frame's helpers is still defined in the drawer.
+set(reaching_up "plotting/drawer/RectPlacement.cpp:frame/OrvekGlobals.h")
+set(qt_layer_platform/core orvek_core)
+set(qt_layer_platform/gfx orvek_gfx)
+set(qt_layer_platform/ui orvek_ui)
+foreach(folder platform/core platform/gfx platform/ui signal persistence threads tables tuning/model plotting/drawer)
+  file(GLOB files RELATIVE ${source_dir}/orvek ${source_dir}/orvek/${folder}/*.h ${source_dir}/orvek/${folder}/*.cpp)
+  foreach(path ${files})
+    file(STRINGS ${source_dir}/orvek/${path} includes REGEX "^[ \t]*#[ \t]*include[ \t]*<(orvek/|Q)")
+    foreach(line ${includes})
+      string(REGEX REPLACE "^[^<]*<([^>]*)>.*$" "\\1" header "${line}")
+      if(header MATCHES "^orvek/(.*)/[^/]*$")
+        set(target_folder ${CMAKE_MATCH_1})
+        string(REGEX REPLACE "^orvek/" "" target "${header}")
+        if(NOT target_folder IN_LIST below_${folder} AND NOT "${path}:${target}" IN_LIST reaching_up)
+          list(APPEND wrong "${path} includes ${target}")
+        endif()
+      elseif(DEFINED qt_layer_${folder})
+        set(found FALSE)
+        foreach(dir ${INCLUDES_${qt_layer_${folder}}})
+          if(NOT dir MATCHES "^/usr/include/?$" AND EXISTS ${dir}/${header})
+            set(found TRUE)
+          endif()
+        endforeach()
+        if(NOT found)
+          list(APPEND wrong "${path} includes <${header}>, which is not of its layer's Qt modules")
+        endif()
+      endif()
+    endforeach()
+  endforeach()
+endforeach()
+if(wrong)
+  string(REPLACE ";" "\n  " wrong "${wrong}")
+  message(FATAL_ERROR "Includes reach past their layer:\n  ${wrong}")
+endif()
+message(STATUS "every layer includes only the layers below it")

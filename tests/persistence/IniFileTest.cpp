@@ -63,8 +63,7 @@ int deepChild(const std::string& folder) {
   Dl_info self{};
   ::dladdr(reinterpret_cast<void*>(&deepChild), &self);
   CLogFile log;
-  if (log.Init(L"x.log", L"T", self.dli_fbase) != S_OK) failed |= 8;
-  log.Close();
+  if (log.Init(L"x.log", L"T", self.dli_fbase) != S_OK || log.Close() != S_OK) failed |= 8;
   return failed;
 }
 const int kDeepChild = [] {
@@ -170,7 +169,7 @@ TEST(IniFile, BackupRefreshAndRestore) {
     CIniFile ini;
     ASSERT_EQ(S_OK, ini.Create(path.c_str(), 1, 1));
     EXPECT_EQ(good, readFile(backup));
-    ini.WriteString("S", "k", "2");
+    EXPECT_EQ(S_OK, ini.WriteString("S", "k", "2"));
   }  // the destructor rewrites the file; the backup keeps the older text
   EXPECT_EQ("[S]\r\nk=2\r\n", readFile(path));
   EXPECT_EQ(good, readFile(backup));
@@ -218,7 +217,7 @@ TEST(IniFile, BareNameMeansApplicationFolder) {
   {
     CIniFile ini;
     ASSERT_EQ(S_OK, ini.Create(name.c_str(), 1, 1));
-    ini.WriteString("S", "k", "v");
+    EXPECT_EQ(S_OK, ini.WriteString("S", "k", "v"));
   }
   EXPECT_EQ("[S]\r\nk=v\r\n", readFile(app + name));
   EXPECT_EQ(0, ::access((app + "Backup").c_str(), F_OK));
@@ -240,7 +239,7 @@ TEST(IniFile, LockedFileCopiesAndFullDisk) {
   EXPECT_GE(GetTickCount() - start, 2000u);
   CStringW value;
   EXPECT_EQ(E_FAIL, a.ReadString("S", "k", &value));
-  a.WriteString("S", "k", "a");
+  EXPECT_EQ(S_OK, a.WriteString("S", "k", "a"));
   EXPECT_EQ(E_FAIL, a.Close());
   // Released while Create waits: the file is read after all.
   std::thread release([&] {
@@ -255,7 +254,7 @@ TEST(IniFile, LockedFileCopiesAndFullDisk) {
 
   // Copies each rewrite the file; the one closed last decides.
   CIniFile b(a);
-  b.WriteString("S", "k", "b");
+  EXPECT_EQ(S_OK, b.WriteString("S", "k", "b"));
   EXPECT_EQ(S_OK, b.Close());
   EXPECT_EQ("[S]\r\nk=b\r\n", readFile(path));
   EXPECT_EQ(S_OK, a.Close());
@@ -265,7 +264,7 @@ TEST(IniFile, LockedFileCopiesAndFullDisk) {
   ASSERT_EQ(0, ::unlink(path.c_str()));
   ASSERT_EQ(0, ::symlink("/dev/full", path.c_str()));
   try {
-    a.Close();
+    (void)a.Close();  // raises instead of returning
     ADD_FAILURE() << "no exception";
   } catch (const CFileException& e) {
     EXPECT_EQ(CFileException::diskFull, e.m_cause);
@@ -296,14 +295,16 @@ TEST(IniFile, FullDiskLeavesEveryOldFileWhole) {
     const char* what;
     std::function<void()> step;
   } cases[] = {
-      {"backup at Create", [&] { CIniFile().Create(path.c_str(), 1, 1); }},
-      {"file at Close", [&] { grown.Close(); }},
-      {"structure file", [&] {
+      {"backup at Create", [&] { (void)CIniFile().Create(path.c_str(), 1, 1); }},
+      {"file at Close", [&] { (void)grown.Close(); }},
+      {"structure file",
+       [&] {
          CSizeStructFile file;
-         file.Init(wide(dir / "s.bin"), 1);
-         file.WriteStruct(big.data(), static_cast<int>(big.size()));
+         if (file.Init(wide(dir / "s.bin"), 1) == S_OK)
+           (void)file.WriteStruct(big.data(), static_cast<int>(big.size()));
        }},
-      {"whole-file write", [&] { COrvekGlobals::WriteToFile((dir / "whole.bin").c_str(), big.data(), 20000, 0); }},
+      {"whole-file write",
+       [&] { (void)COrvekGlobals::WriteToFile((dir / "whole.bin").c_str(), big.data(), 20000, 0); }},
   };
   for (const auto& c : cases) EXPECT_TRUE(raisesOnFullDisk(c.step)) << c.what;
   // Each old file is there byte for byte, and nothing was left beside it.
@@ -367,63 +368,118 @@ TEST(IniFile, ApplicationFolderAtAnyDepthAndInAnyBytes) {
   EXPECT_EQ("abcd", std::string(buffer, static_cast<std::size_t>(size)));
 }
 
-TEST(Persistence, HostileArgumentsGiveResults) {
+TEST(IniFile, TypedFormatsAndScans) {
   ScratchDir dir;
-  writeFile(dir / "h.ini", "[S]\r\nk=12\r\n");
+  const std::string path = dir / "typed.ini";
+  writeFile(path,
+            "[S]\r\nupper=0XDEADBEEF\r\ndec=3735928559\r\nblank= 0xdeadbeef\r\ntrail=12abc\r\n"
+            "note=7 # seven\r\nlead= 12\r\nempty=\r\nword=abc\r\nexp=1e3\r\n");
   CIniFile ini;
-  ASSERT_EQ(S_OK, ini.Create((dir / "h.ini").c_str(), 1, 0));
-  CSizeStructFile closed, empty;
-  writeFile(dir / "h.bin", std::string("SizeStructFile\0", 15));
-  ASSERT_EQ(S_OK, empty.Init(wide(dir / "h.bin"), 0));
-  CLogFile log;
-  char buffer[4] = {'x', 'x', 'x', 'x'};
-  wchar_t wbuffer[4] = {};
-  int value = 0, size = -5;
-  CStringW text;
-  CStringW hugeWidth(L"n%999999999d"), overflowWidth(L"n%2147483648d");
-  const struct {
-    const char* what;
-    std::function<LONG()> call;
-    LONG expected;
-  } cases[] = {
-      {"Create null", [&] { return CIniFile().Create(static_cast<const char*>(nullptr), 1, 1); }, E_POINTER},
-      {"Create null wide", [&] { return CIniFile().Create(static_cast<const wchar_t*>(nullptr), 1, 1); }, E_POINTER},
-      {"ReadParam null value", [&] { return ini.ReadParam("S", "k", static_cast<int*>(nullptr)); }, E_POINTER},
-      {"ReadParam null names", [&] { return ini.ReadParam(static_cast<const char*>(nullptr), nullptr, &value); },
-       E_POINTER},
-      {"ReadParam null format", [&] { return ini.ReadParam("S", "k", nullptr, &value); }, E_POINTER},
-      {"ReadParam string format", [&] { return ini.ReadParam("S", "k", "%s", buffer); }, E_INVALIDARG},
-      {"WriteParam null value", [&] { return ini.WriteParam("S", "k", static_cast<const int*>(nullptr)); }, E_POINTER},
-      {"ReadString null", [&] { return ini.ReadString("S", nullptr, &text); }, E_POINTER},
-      {"ReadString negative", [&] { return ini.ReadString("S", "k", buffer, INT_MIN); }, E_FAIL},
-      {"ReadString wide negative", [&] { return ini.ReadString(L"S", L"k", wbuffer, -1); }, E_FAIL},
-      {"ReadString wide null", [&] { return ini.ReadString(L"S", L"k", static_cast<wchar_t*>(nullptr), 4); },
-       E_POINTER},
-      {"WriteString null", [&] { return ini.WriteString("S", "k", static_cast<const char*>(nullptr)); }, E_POINTER},
-      {"Init null name", [&] { return CSizeStructFile().Init(nullptr, 1); }, E_FAIL},
-      {"ReadStruct negative", [&] { return empty.ReadStruct(buffer, -1); }, E_INVALIDARG},
-      {"ReadStruct closed", [&] { return closed.ReadStruct(buffer, INT_MAX); }, E_PENDING},
-      {"WriteStruct closed", [&] { return closed.WriteStruct(nullptr, -1); }, E_POINTER},
-      {"size null", [&] { return empty.GetCurStructSize(nullptr); }, E_POINTER},
-      {"log null name", [&] { return log.Init(nullptr, L"T", OrvekGetModuleHandle()); }, E_FAIL},
-      {"log null text", [&] { return log.AddString(nullptr); }, E_PENDING},
-      {"read null size", [&] { return LONG(COrvekGlobals::ReadFromFile((dir / "h.ini").c_str(), buffer, nullptr)); },
-       0},
-      {"read negative size", [&] { return LONG(COrvekGlobals::ReadFromFile((dir / "h.ini").c_str(), buffer, &size)); },
-       1},
-      {"write negative", [&] { return COrvekGlobals::WriteToFile((dir / "w").c_str(), "x", INT_MIN, 0); }, E_FAIL},
-      {"search huge step", [&] {
-         return COrvekGlobals::FindByteSequence(reinterpret_cast<const unsigned char*>("ab"), 2,
-                                                reinterpret_cast<const unsigned char*>("b"), 1, &value, INT_MAX);
-       }, E_FAIL},
-      {"index huge width", [&] { return COrvekGlobals::GetNewIndexFileName(&hugeWidth, &text, 1); }, E_FAIL},
-      {"index width overflow", [&] { return COrvekGlobals::GetNewIndexFileName(&overflowWidth, &text, 1); }, E_FAIL},
-      {"index null", [&] { return COrvekGlobals::GetNewIndexFileName(nullptr, nullptr, INT_MAX); }, E_POINTER},
-      {"file info null", [&] { return COrvekGlobals::GetFileInfo(nullptr, nullptr); }, E_FAIL},
-      {"text nulls", [&] { return COrvekGlobals::UnicodeToANSI(nullptr, nullptr); }, S_OK},
-  };
-  for (const auto& c : cases) EXPECT_EQ(c.expected, c.call()) << c.what;
-  EXPECT_EQ(0, size);  // a negative size reads nothing
-  EXPECT_EQ('x', buffer[0]);
-  EXPECT_EQ(0, COrvekGlobals::CompareLists<int>(nullptr, nullptr));
+  ASSERT_EQ(S_OK, ini.Create(path.c_str(), 1, 0));
+  const ULONG hex = 0xDEADBEEF;
+  const float f = 1.5f;
+  const int minusOne = -1;
+  const unsigned long long big = 18446744073709551615ull;
+  const ULONGLONG ten = 10;
+  EXPECT_EQ(S_OK, ini.WriteParam("N", "hex", &hex));
+  EXPECT_EQ(S_OK, ini.WriteParam(L"N", L"float", &f));
+  EXPECT_EQ(S_OK, ini.WriteParam("N", "int", &minusOne));
+  EXPECT_EQ(S_OK, ini.WriteParam("N", "ull", &big));
+  EXPECT_EQ(S_OK, ini.WriteParam(L"N", L"u64", &ten));
+  EXPECT_EQ(S_OK, ini.Close());
+  const std::string text = readFile(path);
+  EXPECT_EQ("[N]\r\nhex=0xdeadbeef\r\nfloat=1.500000\r\nint=-1\r\null=18446744073709551615\r\nu64=10\r\n",
+            text.substr(text.find("[N]")));
+
+  ULONG h = 5;
+  float g = 0;
+  unsigned long long b = 0;
+  ULONGLONG t = 0;
+  UINT allBits = 0;
+  EXPECT_EQ(S_OK, ini.ReadParam(L"N", L"hex", &h));
+  EXPECT_EQ(S_OK, ini.ReadParam("N", "float", &g));
+  EXPECT_EQ(S_OK, ini.ReadParam("N", "ull", &b));
+  EXPECT_EQ(S_OK, ini.ReadParam("N", "u64", &t));
+  EXPECT_EQ(S_OK, ini.ReadParam("N", "int", "%d", &allBits));  // -1 holds all 32 bits
+  EXPECT_EQ(0xDEADBEEFu, h);
+  EXPECT_EQ(1.5f, g);
+  EXPECT_EQ(big, b);
+  EXPECT_EQ(10u, t);
+  EXPECT_EQ(0xFFFFFFFFu, allBits);
+
+  // The hexadecimal form wants a literal "0x" at the very start.
+  for (const char* key : {"upper", "dec", "blank"}) EXPECT_EQ(E_FAIL, ini.ReadParam("S", key, &h)) << key;
+  EXPECT_EQ(0xDEADBEEFu, h);
+  // Numbers: text behind them ignored, blanks in front skipped.
+  for (const auto& c : {std::make_pair("trail", 12), {"note", 7}, {"lead", 12}}) {
+    int n = 0;
+    EXPECT_EQ(S_OK, ini.ReadParam("S", c.first, &n));
+    EXPECT_EQ(c.second, n);
+  }
+  int n = 99;
+  for (const char* key : {"empty", "word", "none"}) EXPECT_EQ(E_FAIL, ini.ReadParam("S", key, &n)) << key;
+  EXPECT_EQ(E_FAIL, ini.ReadParam("T", "trail", &n));
+  EXPECT_EQ(99, n);
+  EXPECT_EQ(S_OK, ini.ReadParam("S", "exp", &g));
+  EXPECT_EQ(1000.0f, g);
+
+  // The general form stores one number, and nothing it cannot size.
+  char word[4];
+  for (const char* format : {"%s", "%d%d", "%n", "%*[0-9]%s", "%1$d"})
+    EXPECT_EQ(E_INVALIDARG, ini.ReadParam("S", "trail", format, word)) << format;
+  EXPECT_EQ(S_OK, ini.ReadParam("S", "word", "%*[a]%x", &h));
+  EXPECT_EQ(0xBCu, h);
+  EXPECT_EQ(E_POINTER, ini.ReadParam("S", "trail", nullptr, &n));
+  EXPECT_EQ(E_POINTER, ini.ReadParam("S", "trail", static_cast<int*>(nullptr)));
+  EXPECT_EQ(E_POINTER, ini.ReadParam(static_cast<const char*>(nullptr), nullptr, &n));
+  EXPECT_EQ(E_POINTER, ini.WriteParam("S", "k", static_cast<const int*>(nullptr)));
+}
+
+TEST(IniFile, StringsAndBuffers) {
+  ScratchDir dir;
+  writeFile(dir / "s.ini",
+            "[S]\r\ne=\r\none=a\r\nthree=abc\r\nfour=abcd\r\nu=Gr\xC3\xBC\xC3\x9F"
+            "e\r\n[]\r\n=nameless\r\n");
+  CIniFile ini;
+  EXPECT_EQ(E_POINTER, ini.Create(static_cast<const char*>(nullptr), 1, 1));
+  EXPECT_EQ(E_POINTER, ini.Create(static_cast<const wchar_t*>(nullptr), 1, 1));
+  ASSERT_EQ(S_OK, ini.Create((dir / "s.ini").c_str(), 1, 0));
+  struct Case {
+    const char* key;
+    int size;
+    LONG hr;
+    const char* buffer;
+  } cases[] = {{"e", 1, S_OK, ""},         {"one", 1, E_FAIL, ""},         {"three", 4, S_OK, "abc"},
+               {"four", 4, E_FAIL, "abc"}, {"none", 4, E_FAIL, ""},        {"one", 0, E_FAIL, "xyz"},
+               {"one", -1, E_FAIL, "xyz"}, {"one", INT_MIN, E_FAIL, "xyz"}};
+  for (const Case& c : cases) {
+    char narrow[4] = "xyz";
+    wchar_t wide[4] = L"xyz";
+    EXPECT_EQ(c.hr, ini.ReadString("S", c.key, narrow, c.size)) << c.key << c.size;
+    EXPECT_EQ(c.hr, ini.ReadString(CStringW(L"S"), CStringW(c.key), wide, c.size)) << c.key << c.size;
+    EXPECT_STREQ(c.buffer, narrow);
+    EXPECT_EQ(CStringW(c.buffer), CStringW(wide));
+  }
+  char small[6];
+  wchar_t wsmall[6];
+  EXPECT_EQ(E_POINTER, ini.ReadString("S", nullptr, small, 4));
+  EXPECT_EQ(E_POINTER, ini.ReadString(L"S", L"one", static_cast<wchar_t*>(nullptr), 4));
+
+  // Narrow text is UTF-8: a wide buffer counts characters, a narrow one bytes.
+  CStringW value;
+  EXPECT_EQ(S_OK, ini.ReadString("S", "u", &value));
+  EXPECT_EQ(CStringW(L"Gr\u00FC\u00DFe"), value);
+  EXPECT_EQ(S_OK, ini.ReadString(L"S", L"u", wsmall, 6));
+  EXPECT_EQ(E_FAIL, ini.ReadString("S", "u", small, 6));
+  // A null wide name is the empty name; a null narrow one is refused.
+  EXPECT_EQ(S_OK, ini.ReadString(static_cast<const wchar_t*>(nullptr), nullptr, &value));
+  EXPECT_EQ(CStringW(L"nameless"), value);
+  EXPECT_EQ(E_POINTER, ini.ReadString("S", nullptr, &value));
+
+  EXPECT_EQ(S_OK, ini.WriteString(L"S", L"u", L"\u00B5s"));
+  EXPECT_EQ(S_OK, ini.WriteString(L"S", nullptr, L"k"));
+  EXPECT_EQ(E_POINTER, ini.WriteString("S", "k", static_cast<const char*>(nullptr)));
+  EXPECT_EQ(S_OK, ini.Close());
+  EXPECT_EQ("[S]\r\ne=\r\none=a\r\nthree=abc\r\nfour=abcd\r\nu=\xC2\xB5s\r\n=k\r\n[]\r\n=nameless\r\n",
+            readFile(dir / "s.ini"));
 }

@@ -95,7 +95,7 @@ TEST(LogFile, HeadLinesAndClose) {
 
   // A new log on the same name leaves only the new one.
   ASSERT_EQ(S_OK, log.Init(L"run.log", wide(dir.path()), nullptr, library));
-  log.Close();
+  EXPECT_EQ(S_OK, log.Close());
   EXPECT_EQ(0u, readFile(dir / "run.log").find("\r\nModule path:"));
 }
 
@@ -121,6 +121,7 @@ TEST(LogFile, ModuleFolderAndVersion) {
   // A log that cannot be made leaves the object closed.
   CLogFile file;
   EXPECT_EQ(E_FAIL, file.Init(L"no/such/folder.log", L"T", program));
+  EXPECT_EQ(E_FAIL, file.Init(nullptr, L"T", program));
   EXPECT_EQ(E_PENDING, file.AddString(L"x"));
 }
 
@@ -142,9 +143,9 @@ TEST(LogFile, StampsFromTheTickCounter) {
     const DWORD start1 = GetTickCount();
     OrvekSetTickCountOffset(offset + (c.jump ? c.jump : 1000));
     const DWORD now0 = GetTickCount();
-    log.AddString(L"x");
+    EXPECT_EQ(S_OK, log.AddString(L"x"));
     const DWORD now1 = GetTickCount();
-    log.Close();
+    EXPECT_EQ(S_OK, log.Close());
     OrvekSetTickCountOffset(0);
 
     const std::string line = body(readFile(dir / "t.log"))[0];
@@ -164,10 +165,11 @@ TEST(LogFile, EightThreadsKeepEveryLineWhole) {
   std::vector<std::thread> threads;
   for (int t = 0; t < kThreads; ++t)
     threads.emplace_back([&log, t] {
-      for (int i = 0; i < kLines; ++i) log.AddString(wide("thread " + std::to_string(t) + " line " + std::to_string(i)));
+      for (int i = 0; i < kLines; ++i)
+        EXPECT_EQ(S_OK, log.AddString(wide("thread " + std::to_string(t) + " line " + std::to_string(i))));
     });
   for (auto& th : threads) th.join();
-  log.Close();
+  EXPECT_EQ(S_OK, log.Close());
 
   // Every line whole and present, each thread's in its own order.
   const std::vector<std::string> lines = body(readFile(dir / "mt.log"));
@@ -187,7 +189,7 @@ TEST(LogFile, FullDiskRaisesAndLeavesItClosed) {
   ASSERT_EQ(0, ::symlink("/dev/full", (dir / "full.log").c_str()));
   CLogFile log;
   try {
-    log.Init(L"full.log", wide(dir.path()), L"title", OrvekGetModuleHandle());
+    (void)log.Init(L"full.log", wide(dir.path()), L"title", OrvekGetModuleHandle());  // raises instead
     ADD_FAILURE() << "no exception";
   } catch (const CFileException& e) {
     EXPECT_EQ(CFileException::diskFull, e.m_cause);

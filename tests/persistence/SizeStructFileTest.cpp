@@ -66,6 +66,8 @@ TEST(SizeStructFile, WritesAndReadsAcrossSizes) {
   const ULONGLONG last = file.position();
   EXPECT_EQ(S_OK, file.ReadStruct(nullptr, 0));
   EXPECT_EQ(E_POINTER, file.ReadStruct(nullptr, 1));
+  EXPECT_EQ(E_INVALIDARG, file.ReadStruct(eight, -1));
+  EXPECT_EQ(E_POINTER, file.GetCurStructSize(nullptr));
   EXPECT_EQ(ERROR_END_OF_MEDIA, file.GetCurStructSize(&size));
   EXPECT_EQ(ERROR_END_OF_MEDIA, file.ReadStruct(eight, 8));
   // Back to a noted record; the exact length is no place to go.
@@ -86,6 +88,8 @@ TEST(SizeStructFile, FailureResults) {
   EXPECT_EQ(E_PENDING, file.WriteStruct(data, 4));
   EXPECT_EQ(E_PENDING, file.Seek(0));
   EXPECT_EQ(E_POINTER, file.GetCurStructSize(nullptr));
+  EXPECT_EQ(E_POINTER, file.WriteStruct(nullptr, -1));  // the pointer is looked at first
+  EXPECT_EQ(E_FAIL, CSizeStructFile().Init(nullptr, 1));
   // An open that fails keeps the object busy until Close.
   EXPECT_EQ(E_FAIL, file.Init(wide(dir / "missing.bin"), 0));
   EXPECT_EQ(ERROR_ALREADY_INITIALIZED, file.Init(wide(dir / "missing.bin"), 1));
@@ -127,7 +131,7 @@ TEST(SizeStructFile, FullDiskRaises) {
   ASSERT_EQ(0, ::symlink("/dev/full", (dir / "full.bin").c_str()));
   CSizeStructFile file;
   try {
-    file.Init(wide(dir / "full.bin"), 1);
+    (void)file.Init(wide(dir / "full.bin"), 1);  // raises instead of returning
     ADD_FAILURE() << "no exception";
   } catch (const CFileException& e) {
     EXPECT_EQ(CFileException::diskFull, e.m_cause);

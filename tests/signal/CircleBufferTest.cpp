@@ -2,6 +2,10 @@
 
 #include <orvek/signal/CircleBuffer.h>
 
+#include <algorithm>
+#include <climits>
+#include <random>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -89,7 +93,7 @@ TYPED_TEST(CircleBufferTest, PiecesInPlaceAndUncreatedRing) {
   for (int i = 0; i < n2; ++i) p2[i] = T(42 + i);
   ring.Push(nullptr, 5);
   std::vector<T> hist(5);
-  ring.GetHistory(hist.data(), 5);
+  EXPECT_EQ(ring.GetHistory(hist.data(), 5), S_OK);
   EXPECT_EQ(hist, Seq<T>(40, 5));
   EXPECT_EQ(ring.GetWrBuffer(2, nullptr, &n1, &p2, &n2), E_POINTER);
   EXPECT_EQ(ring.GetRdBuffer(9, &p1, &n1, &p2, &n2), E_INVALIDARG);
@@ -99,6 +103,109 @@ TYPED_TEST(CircleBufferTest, PiecesInPlaceAndUncreatedRing) {
   other.Drop(7);
   EXPECT_EQ(ring.GetRdPtr(), other.GetRdPtr());
   EXPECT_EQ(ring.GetElementsAmount(), other.GetElementsAmount());
+}
+
+// Negative and huge counts and null pointers: a defined result, positions
+// always inside the ring.
+TEST(CircleBuffer, HostileCountsAndPointers) {
+  const int kCounts[] = {-1, INT_MIN, INT_MAX, INT_MAX - 1, 0};
+  CCircleBuffer<double> ring;
+  double buf[4] = {1, 2, 3, 4}, *p1, *p2;
+  int n1, n2;
+  for (int c : kCounts) {  // before Create nothing moves
+    ring.Push(buf, c);
+    ring.Pop(nullptr, c);
+    ring.Drop(c);
+  }
+  EXPECT_EQ(ring.GetElementsAmount(), 0);
+  ring.Create(INT_MIN);
+  ring.Create(4);
+  for (int c : kCounts) {
+    ring.Push(nullptr, c);
+    ring.Pop(nullptr, c);
+    ring.Drop(c);
+    EXPECT_TRUE(ring.GetRdPtr() >= 0 && ring.GetRdPtr() < 4 && ring.GetWrPtr() >= 0 && ring.GetWrPtr() < 4) << c;
+  }
+  ring.Push(buf, INT_MAX);  // INT_MAX modulo 4: the first 3 elements
+  const struct {
+    int count;
+    LONG history, region;
+  } cases[] = {{-1, E_INVALIDARG, E_INVALIDARG},
+               {INT_MIN, E_INVALIDARG, E_INVALIDARG},
+               {5, E_OUTOFMEMORY, E_INVALIDARG},
+               {INT_MAX, E_OUTOFMEMORY, E_INVALIDARG},
+               {4, S_OK, S_OK},
+               {0, S_OK, S_OK}};
+  for (const auto& k : cases) {
+    EXPECT_EQ(ring.GetHistory(buf, k.count), k.history) << k.count;
+    EXPECT_EQ(ring.GetWrBuffer(k.count, &p1, &n1, &p2, &n2), k.region) << k.count;
+    EXPECT_EQ(ring.GetRdBuffer(k.count, &p1, &n1, &p2, &n2), k.region) << k.count;
+  }
+  EXPECT_EQ(ring.GetHistory(nullptr, 2), E_POINTER);
+  EXPECT_EQ(ring.GetRdBuffer(2, &p1, &n1, &p2, nullptr), E_POINTER);
+}
+
+constexpr int kTotal = 10000000;  // exact as floats: below 2^24
+constexpr int kCapacity = 4096;
+
+// One writer and one reader move a counting sequence through the ring in
+// blocks of random size, each block at random by copy or in place. The writer
+// waits for room and the reader for data, so the positions never cross.
+TEST(CircleBuffer, WriterAndReaderMoveTenMillionFloatsIntact) {
+  CCircleBuffer<float> ring;
+  ring.Create(kCapacity);
+  int firstBad = -1, badPosition = 0, inPlaceIn = 0, inPlaceOut = 0;
+
+  std::thread writer([&] {
+    std::mt19937 rng(1);
+    std::vector<float> block(kCapacity);
+    for (int next = 0; next < kTotal;) {
+      const int n = std::min<int>(1 + rng() % (kCapacity - 1), kTotal - next);
+      while (kCapacity - 1 - ring.GetElementsAmount() < n) std::this_thread::yield();
+      const int rd = ring.GetRdPtr();  // unlocked, while the reader moves it
+      badPosition |= rd < 0 || rd >= kCapacity;
+      float *p1 = block.data(), *p2 = nullptr;
+      int n1 = n, n2 = 0;
+      const bool bInPlace = rng() & 1;
+      if (bInPlace) badPosition |= ring.GetWrBuffer(n, &p1, &n1, &p2, &n2) != S_OK;
+      for (int i = 0; i < n1; ++i) p1[i] = static_cast<float>(next + i);
+      for (int i = 0; i < n2; ++i) p2[i] = static_cast<float>(next + n1 + i);
+      ring.Push(bInPlace ? nullptr : block.data(), n);
+      inPlaceIn += bInPlace;
+      next += n;
+    }
+  });
+
+  std::thread reader([&] {
+    std::mt19937 rng(2);
+    std::vector<float> block(kCapacity);
+    for (int next = 0; next < kTotal && firstBad < 0;) {
+      int avail;
+      while ((avail = ring.GetElementsAmount()) == 0) std::this_thread::yield();
+      const int n = std::min<int>(1 + rng() % (kCapacity - 1), avail);
+      float *p1 = block.data(), *p2 = nullptr;
+      int n1 = n, n2 = 0;
+      const unsigned mode = rng() % 3;  // by copy, in place and Pop, in place and Drop
+      if (mode == 0)
+        ring.Pop(block.data(), n);
+      else if (ring.GetRdBuffer(n, &p1, &n1, &p2, &n2) != S_OK)
+        firstBad = next;
+      for (int i = 0; i < n && firstBad < 0; ++i)
+        if ((i < n1 ? p1[i] : p2[i - n1]) != static_cast<float>(next + i)) firstBad = next + i;
+      if (mode == 1) ring.Pop(nullptr, n);
+      if (mode == 2) ring.Drop(n);
+      inPlaceOut += mode != 0;
+      next += n;
+    }
+  });
+
+  writer.join();
+  reader.join();
+  EXPECT_EQ(firstBad, -1) << "first element out of order";
+  EXPECT_EQ(badPosition, 0);
+  EXPECT_EQ(ring.GetElementsAmount(), 0);
+  EXPECT_GT(inPlaceIn, 100);  // both ways were taken on both sides
+  EXPECT_GT(inPlaceOut, 100);
 }
 
 }  // namespace

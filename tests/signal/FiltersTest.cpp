@@ -3,6 +3,7 @@
 #include <orvek/signal/Filters.h>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -22,7 +23,7 @@ V Filtered(Filter& f, V v) {
 template <typename Filter>
 V Filtered(int window, const V& v) {
   Filter f;
-  f.Create(window);
+  EXPECT_EQ(f.Create(window), S_OK);
   return Filtered(f, v);
 }
 
@@ -47,9 +48,9 @@ TEST(Filters, DelayAndMaximum) {
   EXPECT_EQ(Filtered<CMaxFilter<float>>(3, {-3, -4}), (V{-3, -3}));
   EXPECT_EQ(Filtered<CMaxFilter<float>>(3, {2, 7, 7, 1, 1, 1}), (V{2, 7, 7, 7, 7, 1}));
   CMaxFilter<float> f;  // a second Create starts afresh, as a new filter would
-  f.Create(3);
+  ASSERT_EQ(f.Create(3), S_OK);
   Filtered(f, {9, 9, 9, 9});
-  f.Create(3);
+  ASSERT_EQ(f.Create(3), S_OK);
   EXPECT_EQ(Filtered(f, {-3, -4, -5, -6}), (V{-3, -3, -3, -4}));
 
   // The maximum of the last inputs, whatever the blocks.
@@ -58,19 +59,11 @@ TEST(Filters, DelayAndMaximum) {
   for (float& v : in) v = static_cast<float>(std::uniform_int_distribution<int>(-20, 20)(rng));
   for (int window : {2, 5, 64}) {
     CMaxFilter<float> g;
-    g.Create(window);
+    ASSERT_EQ(g.Create(window), S_OK);
     const V out = InBlocks(g, in, -2 * window - 2, rng);
     for (std::size_t i = 0; i < in.size(); ++i)
       ASSERT_EQ(out[i], *std::max_element(in.begin() + std::max<int>(0, int(i) + 1 - window), in.begin() + i + 1));
   }
-
-  CDlyLine<float> d;
-  float x = 1;
-  EXPECT_EQ(d.ProcessI(&x, 1), E_FAIL);
-  EXPECT_EQ(d.Create(0), E_INVALIDARG);
-  d.Create(2);
-  EXPECT_EQ(d.ProcessI(nullptr, 1), E_POINTER);
-  EXPECT_EQ(x, 1);
 }
 
 // The median as the plain exchange sort of the window in storage order gives
@@ -115,9 +108,9 @@ TEST(Filters, MedianIsBitForBitTheExchangeSortsInAnyBlocks) {
   EXPECT_EQ(Filtered<CMedFilter<float>>(2, {1, 5}), (V{0, 1}));
   EXPECT_EQ(Filtered<CMedFilter<float>>(1, {4, -2, 9}), (V{4, -2, 9}));
   CMedFilter<float> again;  // a second Create restarts from a zeroed window
-  again.Create(3);
+  ASSERT_EQ(again.Create(3), S_OK);
   Filtered(again, {NAN, -0.0f, 5, 6});
-  again.Create(5);
+  ASSERT_EQ(again.Create(5), S_OK);
   EXPECT_EQ(Filtered(again, {1, 2, 3, 4, 5, 6}), (V{0, 0, 1, 2, 3, 4}));
 
   std::mt19937 rng(11);
@@ -135,13 +128,57 @@ TEST(Filters, MedianIsBitForBitTheExchangeSortsInAnyBlocks) {
 
     for (int split : {0, 1, window - 1, window, window + 1, -2 * window - 3}) {
       CMedFilter<float> f;
-      f.Create(window);
+      ASSERT_EQ(f.Create(window), S_OK);
       const V out = InBlocks(f, in, split, rng);
       for (std::size_t i = 0; i < in.size(); ++i)
         ASSERT_EQ(std::memcmp(&out[i], &expected[i], sizeof(float)), 0)
             << "window " << window << " split " << split << " at " << i << ": " << out[i] << " vs " << expected[i];
     }
   }
+}
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInf = std::numeric_limits<float>::infinity();
+
+// Bad sizes, null blocks and samples that are no number, for each filter.
+TEST(Filters, HostileSizesBlocksAndSamples) {
+  CDlyLine<float> dly;
+  CMaxFilter<float> mx;
+  CMedFilter<float> med;
+  float block[6] = {kNaN, kInf, -kInf, 1, kNaN, -0.0f};
+  for (int size : {0, -1, INT_MIN}) {
+    EXPECT_EQ(dly.Create(size), E_INVALIDARG);
+    EXPECT_EQ(mx.Create(size), E_INVALIDARG);
+    EXPECT_EQ(med.Create(size), E_INVALIDARG);
+  }
+  EXPECT_EQ(dly.ProcessI(block, 6), E_FAIL);  // before Create, the block untouched
+  EXPECT_TRUE(std::isnan(block[0]));
+  EXPECT_EQ(block[1], kInf);
+  EXPECT_EQ(mx.ProcessI(block, 6), E_FAIL);
+  EXPECT_EQ(med.ProcessI(block, 6), E_FAIL);
+  ASSERT_EQ(dly.Create(1), S_OK);
+  ASSERT_EQ(mx.Create(2), S_OK);
+  ASSERT_EQ(med.Create(3), S_OK);
+  for (int c : {-1, INT_MIN, 0}) {
+    EXPECT_EQ(dly.ProcessI(nullptr, c), S_OK);
+    EXPECT_EQ(mx.ProcessI(block, c), S_OK);
+  }
+  EXPECT_EQ(dly.ProcessI(nullptr, 1), E_POINTER);
+  EXPECT_EQ(mx.ProcessI(nullptr, 1), E_POINTER);
+  EXPECT_EQ(med.ProcessI(nullptr, 1), E_POINTER);
+  float d[6], m[6], e[6];
+  std::copy(block, block + 6, d);
+  std::copy(block, block + 6, m);
+  std::copy(block, block + 6, e);
+  EXPECT_EQ(dly.ProcessI(d, 6), S_OK);
+  EXPECT_EQ(mx.ProcessI(m, 6), S_OK);
+  EXPECT_EQ(med.ProcessI(e, 6), S_OK);
+  EXPECT_EQ(d[0], 0.0f);
+  EXPECT_TRUE(std::isnan(d[1]));
+  EXPECT_EQ(d[2], kInf);
+  EXPECT_TRUE(std::isnan(m[0]));  // the first sample is taken as it is
+  EXPECT_EQ(m[3], 1.0f);          // the window has moved past the infinities
+  EXPECT_EQ(e[3], 1.0f);          // median of -inf, 1 and inf
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <orvek/signal/ScatteredArray.h>
 
+#include <climits>
 #include <vector>
 
 namespace {
@@ -46,6 +47,48 @@ TEST(ScatteredArray, PositionsRunsAndEndsAcrossBlocks) {
     EXPECT_EQ(arr.Read(0, 1, nullptr), E_POINTER);
     EXPECT_EQ(arr.FindPart(1, nullptr, &offset), E_POINTER);
   }
+}
+
+// Block lists and runs that no position can reach: refused, and a refused
+// list leaves the last one in place.
+TEST(ScatteredArray, HostileBlocksRunsAndPositions) {
+  using Array = CScatteredArray<ULONG>;
+  ULONG a[3] = {1, 2, 3}, out[8] = {};
+  const struct {
+    std::vector<Array::tagPartInfo> parts;
+    LONG result;
+  } inits[] = {
+      {{{a, 3}}, S_OK},
+      {{{nullptr, 0}, {a, -5}, {a, 3}}, S_OK},  // empty blocks need no memory
+      {{{a, 3}, {nullptr, 2}}, E_POINTER},      // a block without memory
+      {{{a, INT_MAX}, {a, 1}}, E_INVALIDARG},   // beyond the range of a position
+      {{{a, INT_MAX / 2 + 1}, {a, INT_MAX / 2 + 1}}, E_INVALIDARG},
+  };
+  Array arr;
+  for (const auto& k : inits) {
+    auto parts = k.parts;
+    EXPECT_EQ(arr.Init(&parts), k.result);
+    int size = -1;
+    EXPECT_EQ(arr.GetArraySize(&size), S_OK);
+    EXPECT_EQ(size, 3);  // a refused list leaves the last one
+  }
+  EXPECT_EQ(arr.Init(nullptr), E_POINTER);
+  EXPECT_EQ(arr.GetArraySize(nullptr), E_POINTER);
+  const struct {
+    int part, offset, count;
+    LONG result;
+  } runs[] = {{0, -1, 1, E_FAIL},      {-1, 0, 1, E_FAIL},      {INT_MIN, 0, 1, E_FAIL}, {INT_MAX, 0, 1, E_FAIL},
+              {0, INT_MAX, 1, E_FAIL}, {0, 2, INT_MAX, E_FAIL}, {0, 0, INT_MIN, S_OK},   {0, 0, -1, S_OK}};
+  for (const auto& k : runs) {
+    EXPECT_EQ(arr.ReadPartFrom(k.part, k.offset, k.count, out), k.result) << k.part << " " << k.offset;
+    EXPECT_EQ(arr.WritePartFrom(k.part, k.offset, k.count, out), k.result) << k.part << " " << k.offset;
+  }
+  EXPECT_EQ(arr.Read(INT_MIN, 1, out), E_FAIL);
+  EXPECT_EQ(arr.Write(0, 1, nullptr), E_POINTER);
+  int part = 7, offset = 7;
+  for (int pos : {-1, INT_MIN, INT_MAX}) EXPECT_EQ(arr.FindPart(pos, &part, &offset), E_FAIL);
+  EXPECT_EQ(part * 10 + offset, 77);
+  EXPECT_EQ(arr.FindPart(0, &part, nullptr), E_POINTER);
 }
 
 }  // namespace

@@ -3,7 +3,9 @@
 #include <orvek/platform/core/Kernel.h>
 #include <orvek/signal/SoftValueChanger.h>
 
+#include <cmath>
 #include <functional>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -33,7 +35,11 @@ void AtTicks(DWORD startTick, const std::vector<Step>& steps) {
 // Init(0), a change to 10 over 2 s (from startTick), and the value at 1 s.
 float HalfWay(CSoftValueChanger<float>& c, bool bInv, DWORD startTick = 1000) {
   float v = -1;
-  AtTicks(startTick, {{0, [&] { c.Init(0); bInv ? c.ChangeValueInvDyn(10, 2) : c.ChangeValue(10, 2); }},
+  AtTicks(startTick, {{0,
+                       [&] {
+                         EXPECT_EQ(c.Init(0), S_OK);
+                         EXPECT_EQ(bInv ? c.ChangeValueInvDyn(10, 2) : c.ChangeValue(10, 2), S_OK);
+                       }},
                       {1000, [&] { v = c.GetValue(); }}});
   return v;
 }
@@ -56,7 +62,7 @@ TEST(SoftValueChanger, SteadyStatesAndImmediateChanges) {
   CSoftValueChanger<float> c;
   auto steady = [&](float v) { return c.GetValue() == v && c.IsChanging() == 0; };
   EXPECT_TRUE(steady(0));  // a new object holds 0
-  c.Init(5);
+  EXPECT_EQ(c.Init(5), S_OK);
   EXPECT_TRUE(steady(5));
   EXPECT_EQ(c.ChangeValue(5, 1), E_FAIL);
   EXPECT_EQ(c.ChangeValue(10, 0), S_OK);
@@ -73,9 +79,9 @@ TEST(SoftValueChanger, RetargetAndEndTick) {
   float mid = -1, again = -1, later = -1, atEnd = -1, after = -1;
   int changing = -1, settled = -1;
   LONG same = S_OK;
-  AtTicks(1000, {{0, [&] { c.Init(0); c.ChangeValue(10, 2); h.Init(0); h.ChangeValue(10, 2); }},
+  AtTicks(1000, {{0, [&] { EXPECT_EQ(c.Init(0) | c.ChangeValue(10, 2) | h.Init(0) | h.ChangeValue(10, 2), S_OK); }},
                  {1000, [&] { same = c.ChangeValue(10, 5); mid = c.GetValue(); }},
-                 {1000, [&] { c.ChangeValue(20, 1); }},  // from 5, over the whole new second
+                 {1000, [&] { EXPECT_EQ(c.ChangeValue(20, 1), S_OK); }},  // from 5, over the whole new second
                  {1500, [&] { again = c.GetValue(); changing = c.IsChanging(); }},
                  {2000, [&] { atEnd = h.GetValue(); }},
                  {2001, [&] { later = c.GetValue(); after = h.GetValue(); settled = h.IsChanging(); }}});
@@ -90,6 +96,28 @@ TEST(SoftValueChanger, RetargetAndEndTick) {
   EXPECT_LT(atEnd, 10.0f);
   EXPECT_EQ(after, 10.0f);
   EXPECT_EQ(settled, 0);
+}
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInf = std::numeric_limits<float>::infinity();
+
+TEST(SoftValueChanger, NaNAndInfiniteValuesAndTimes) {
+  CSoftValueChangerHSin<float> v;
+  // A NaN target is steady once set: it must not read as changing for ever.
+  EXPECT_EQ(v.Init(kNaN), S_OK);
+  EXPECT_TRUE(std::isnan(v.GetValue()));
+  EXPECT_EQ(v.IsChanging(), 0);
+  const struct {
+    float value, time;
+    bool changing;
+  } changes[] = {{1, kNaN, false}, {2, -1, false},   {3, -kInf, false}, {kInf, 0, false},
+                 {4, kInf, true},  {5, 3e38f, true}, {kNaN, 10, true},  {-kInf, 1e-9f, false}};
+  for (const auto& k : changes) {
+    EXPECT_EQ(v.ChangeValue(k.value, k.time), S_OK) << k.value << " " << k.time;
+    EXPECT_EQ(v.IsChanging(), k.changing ? 1 : 0) << k.value << " " << k.time;
+  }
+  EXPECT_EQ(v.GetValue(), -kInf);
+  EXPECT_EQ(v.ChangeValueInvDyn(-kInf, 1), E_FAIL);
 }
 
 }  // namespace

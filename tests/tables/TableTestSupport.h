@@ -39,7 +39,6 @@ class FixedTable : public CTableDrawer {
   void OnSetScaleFactor() override { ++scaleCalls; }
 
   float ScaleFactor() const { return m_fScaleFactor; }
-  int CurPageLines() const { return m_nCurPageLines; }
 
   std::vector<int> colW;
   int lineH;

@@ -1,11 +1,15 @@
-// CMTPtrStorage and CMTPtrLock: handles, removal under contention, clean-up.
+// CMTPtrStorage and CMTPtrLock: handles, removal under contention, clean-up,
+// and eight threads that share objects and a resource lock under load.
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
+#include <climits>
 #include <cstddef>
 #include <future>
+#include <random>
 #include <thread>
+#include <vector>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 // The sanitizers replace malloc and count for themselves.
@@ -15,6 +19,7 @@ extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
 #include <orvek/threads/MTPtrStorage.h>
+#include <orvek/threads/ResourceLock.h>
 
 namespace {
 
@@ -78,6 +83,12 @@ TEST(MTPtrStorage, HandlesLocksAndCleanUp) {
     EXPECT_EQ(p, nullptr);
     EXPECT_EQ(q, nullptr);
     EXPECT_EQ(refCount(), refs + 2);
+    for (int wild : {INT_MIN, INT_MAX}) {
+      void* w = &a;
+      CMTPtrLock lock(wild, &w);
+      EXPECT_EQ(w, nullptr) << wild;
+      lock.RemoveObjectFromStorage();  // holds no entry: nothing to clear
+    }
     // Made when its handle was invalid, it must not clear the entry that
     // takes that handle later.
     int h3;
@@ -104,6 +115,19 @@ TEST(MTPtrStorage, HandlesLocksAndCleanUp) {
     owner.RemoveObjectFromStorage();
     owner.RemoveObjectFromStorage();  // nothing new
   }
+  {
+    // Without a place for the pointer nothing is locked: another thread gets
+    // the entry at once.
+    CMTPtrLock blind(h1, nullptr);
+    EXPECT_EQ(std::async(std::launch::async,
+                         [h1] {
+                           void* q = nullptr;
+                           CMTPtrLock l(h1, &q);
+                           return q;
+                         })
+                  .get(),
+              &b);
+  }
   std::future<void> waiter;
   {
     // Removed: null, with the entry's lock taken all the same.
@@ -122,7 +146,7 @@ TEST(MTPtrStorage, HandlesLocksAndCleanUp) {
 
   // CleanUp frees every entry (an entry, record and lock, takes well over
   // 64 bytes); the handles start again at 0.
-  for (int i = 0; i < 2000; ++i) Storage::AddPtr(&b, &h);
+  for (int i = 0; i < 2000; ++i) ASSERT_EQ(S_OK, Storage::AddPtr(&b, &h));
   const std::size_t withEntries = allocatedBytes();
   Storage::CleanUp();
   EXPECT_LT(allocatedBytes() + 2000 * 64, withEntries);
@@ -162,4 +186,122 @@ TEST(MTPtrStorage, WaiterDuringRemovalGetsNullNeverTheOldPointer) {
     waiter.join();
     ASSERT_FALSE(gotPointer) << "round " << i << " read " << value;
   }
+}
+
+namespace {
+
+std::atomic<int> g_alive{0};
+
+struct Shared {
+  Shared() { ++g_alive; }
+  ~Shared() {
+    magic = 0;
+    --g_alive;
+  }
+  int magic = 0x5eed;
+  long uses = 0;  // only touched under the entry's lock
+};
+
+}  // namespace
+
+TEST(MTPtrStorage, StorageAndResourceLockUnderLoad) {
+  constexpr int kThreads = 8;
+  constexpr int kSlots = 64;
+  int first;
+  {
+    Shared* probe = new Shared;
+    ASSERT_EQ(CMTPtrStorage::AddPtr(probe, &first), S_OK);
+    void* p;
+    CMTPtrLock l(first, &p);
+    l.RemoveObjectFromStorage();
+    delete probe;
+  }
+  // Handles handed between threads; a slot may hold a removed one.
+  std::vector<std::atomic<int>> slots(kSlots);
+  for (auto& s : slots) s = first;
+  std::atomic<int> highest{first};
+
+  CResourceLock resource;
+  long guarded = 0;  // only touched while owning `resource`
+  std::atomic<long> guardedExpected{0};
+  std::atomic<long> bad{0};
+  std::atomic<bool> stop{false};
+
+  auto body = [&](unsigned seed) {
+    std::mt19937 rng(seed);
+    long mine = 0;
+    while (!stop.load(std::memory_order_relaxed)) {
+      const int slot = static_cast<int>(rng() % kSlots);
+      switch (rng() % 6) {
+        case 0: {  // register a new object
+          int h;
+          if (CMTPtrStorage::AddPtr(new Shared, &h) != S_OK) ++bad;
+          slots[slot] = h;
+          for (int top = highest; h > top && !highest.compare_exchange_weak(top, h);) {
+          }
+          break;
+        }
+        case 1: {  // the owner's end of an object
+          void* p;
+          CMTPtrLock l(slots[slot], &p);
+          if (!p) break;
+          if (static_cast<Shared*>(p)->magic != 0x5eed) ++bad;
+          l.RemoveObjectFromStorage();
+          delete static_cast<Shared*>(p);
+          break;
+        }
+        case 2:
+        case 3: {  // a user, sometimes with the resource lock inside
+          void* p;
+          CMTPtrLock l(slots[slot], &p);
+          if (!p) break;
+          auto* s = static_cast<Shared*>(p);
+          if (s->magic != 0x5eed) ++bad;
+          ++s->uses;
+          if (rng() % 4 == 0) {
+            CResourceLocker locker(&resource);
+            ++guarded;
+            ++mine;
+          }
+          break;
+        }
+        case 4: {  // the resource lock without a count
+          resource.Lock();
+          resource.Lock();
+          ++guarded;
+          ++mine;
+          resource.Unlock();
+          break;
+        }
+        default: {  // a stale or foreign handle
+          void* p;
+          CMTPtrLock l(-1 - static_cast<int>(rng() % 3), &p);
+          if (p) ++bad;
+          resource.Unlock();  // not the owner: waits, changes nothing
+          break;
+        }
+      }
+    }
+    guardedExpected += mine;
+  };
+
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) threads.emplace_back(body, 1234u + i);
+  std::this_thread::sleep_for(std::chrono::seconds(5));
+  stop = true;
+  for (auto& t : threads) t.join();
+
+  EXPECT_EQ(bad, 0);
+  EXPECT_EQ(guarded, guardedExpected);
+  EXPECT_GT(guardedExpected, 1000);
+  EXPECT_GT(highest - first, 1000);
+  // Every object still registered is deleted once, through its handle.
+  for (int h = first; h <= highest; ++h) {
+    void* p;
+    CMTPtrLock l(h, &p);
+    if (!p) continue;
+    l.RemoveObjectFromStorage();
+    delete static_cast<Shared*>(p);
+  }
+  EXPECT_EQ(g_alive, 0);
 }

@@ -101,4 +101,6 @@ TEST(ResourceLocker, ReleasesOnceAndDoesNotNest) {
     { CResourceLocker inner(&lock); }
     EXPECT_TRUE(finishes(c));
   }
+  CResourceLocker none(nullptr);  // holds nothing, does nothing
+  none.Unlock();
 }

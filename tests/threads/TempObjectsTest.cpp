@@ -33,4 +33,19 @@ TEST(TempObjects, FreesByKindInDeleteAndClean) {
   CTempObjects::Clean();
   EXPECT_TRUE(CTempObjects::ms_PtrInfo.empty());
   EXPECT_EQ(CTempObjects::Delete(array), E_FAIL);
+
+  // A block registered twice is freed once, whichever way it goes.
+  int* twice = new int(3);
+  char* doubled = new char[8];
+  CTempObjects::AddPtr(nullptr);
+  CTempObjects::AddPtr(twice);
+  CTempObjects::AddPtr(twice);
+  CTempObjects::AddArrayPtr(doubled);
+  CTempObjects::AddArrayPtr(doubled);
+  EXPECT_EQ(CTempObjects::Delete(nullptr), S_OK);
+  EXPECT_EQ(CTempObjects::Delete(twice), S_OK);
+  EXPECT_EQ(CTempObjects::Delete(twice), E_FAIL);
+  EXPECT_EQ(CTempObjects::ms_PtrInfo.size(), 2u);
+  CTempObjects::Clean();
+  EXPECT_TRUE(CTempObjects::ms_PtrInfo.empty());
 }

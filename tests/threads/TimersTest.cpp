@@ -1,6 +1,7 @@
 // Orvek::CEventTimer, CVarElapseTimer and CPerfMeasurer on real timers.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <ctime>
 
 #include <orvek/platform/core/Sync.h>
@@ -19,6 +20,8 @@ TEST(EventTimer, TicksAndTheOtherObject) {
   EXPECT_EQ(timer.Destroy(), S_OK);
   EXPECT_EQ(timer.WaitForTimer(), E_FAIL);
   EXPECT_EQ(timer.WaitForTimer(other, &bOther), E_FAIL);
+  EXPECT_EQ(timer.Create(0x80000000u), E_FAIL);  // no timer takes that period
+  EXPECT_EQ(timer.GetHandle(), nullptr);
   ASSERT_EQ(timer.Create(50), S_OK);
   EXPECT_NE(timer.GetHandle(), nullptr);
   EXPECT_EQ(timer.WaitForTimer(nullptr, &bOther), E_FAIL);
@@ -49,8 +52,11 @@ TEST(VarElapseTimer, CatchesUpAfterAStall) {
   CVarElapseTimer timer;
   EXPECT_EQ(timer.WaitForDelay(10), E_PENDING);
   EXPECT_EQ(timer.Close(), S_OK);
-  EXPECT_EQ(timer.Init(0), E_INVALIDARG);
-  EXPECT_EQ(timer.Init(-5), E_INVALIDARG);
+  for (int period : {0, -5, INT_MIN}) EXPECT_EQ(timer.Init(period), E_INVALIDARG) << period;
+  CVarElapseTimer longest;
+  EXPECT_EQ(longest.Init(INT_MAX), S_OK);
+  EXPECT_EQ(longest.WaitForDelay(0), S_OK);
+  EXPECT_EQ(longest.Close(), S_OK);
   ASSERT_EQ(timer.Init(10), S_OK);
 
   const DWORD t0 = GetTickCount();
@@ -113,4 +119,6 @@ TEST(PerfMeasurer, WallAndThreadTimes) {
   EXPECT_DOUBLE_EQ(cpuTime, user + kernel);
   // A second Stop measures from the same Start, null pointers allowed.
   EXPECT_GE(perf.Stop(nullptr, nullptr, nullptr), wall);
+  CPerfMeasurer unstarted;  // Stop without Start measures from the epoch of 0
+  EXPECT_GE(unstarted.Stop(nullptr, nullptr, nullptr), 0.0);
 }

@@ -1,3 +1,5 @@
+// CFile and CFileException on POSIX open, read, write and lseek; every open
+// is exclusive through flock.
 #include <orvek/platform/core/File.h>
 
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// CStringW, CStringA and MultiByteToWideChar/WideCharToMultiByte over
+// std::wstring and std::string, with UTF-8 as the narrow code page.
 #include <orvek/platform/core/Strings.h>
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// CCriticalSection, CSingleLock and CEvent of the framework: a recursive lock
+// over std::mutex, and an event of the core.
 #include <orvek/platform/core/Sync.h>
 
 #include <orvek/platform/core/Kernel.h>

@@ -6,10 +6,12 @@
 #include <QFontDatabase>
 #include <QFontMetricsF>
 #include <QGuiApplication>
+#include <QPainterPath>
 #include <QPen>
 #include <QPolygonF>
 #include <QString>
 
+#include <climits>
 #include <cmath>
 #include <cwchar>
 
@@ -34,6 +36,50 @@ QString ToQString(const wchar_t* text, INT length) {
 QColor ToQColor(const Color& c) { return QColor::fromRgba(c.GetValue()); }
 
 QColor Opaque(const Color& c) { return QColor::fromRgb(c.GetValue() | 0xFF000000u); }
+
+// Pixel centres lie on integer coordinates here and at +0.5 in Qt. Only pens
+// narrower than 2 pixels are moved by the half pixel, so that one lights a
+// single row along an integer coordinate; wider pens keep Qt's grid. Lines
+// without antialiasing at ratio 1 are Qt's whole pixels, already on the grid.
+bool Thin(const Pen& pen) { return pen.GetWidth() < 2.0f; }
+
+qreal DeviceRatio(const QPainter& p) { return p.device() ? p.device()->devicePixelRatio() : 1.0; }
+
+bool ShiftsHalfPixel(const QPainter& p, const Pen& pen) {
+  return Thin(pen) && (p.testRenderHint(QPainter::Antialiasing) || DeviceRatio(p) != 1.0);
+}
+
+// Moves the painter's drawing by half a logical pixel while it lives.
+class HalfPixelShift {
+ public:
+  HalfPixelShift(QPainter& p, bool on) : m_p(p), m_on(on) {
+    if (!m_on) return;
+    m_saved = p.worldTransform();
+    p.translate(0.5, 0.5);
+  }
+  ~HalfPixelShift() {
+    if (m_on) m_p.setWorldTransform(m_saved);
+  }
+  HalfPixelShift(const HalfPixelShift&) = delete;
+  HalfPixelShift& operator=(const HalfPixelShift&) = delete;
+
+ private:
+  QPainter& m_p;
+  bool m_on;
+  QTransform m_saved;
+};
+
+// The physical pixels [first, last) of logical pixel i at a ratio.
+std::pair<int, int> PhysicalSpan(int i, double ratio, int limit) {
+  const int first = std::min(static_cast<int>(std::floor(i * ratio)), limit - 1);
+  const int last = std::min(std::max(first + 1, static_cast<int>(std::floor((i + 1.0) * ratio))), limit);
+  return {first, last};
+}
+
+// A logical coordinate in physical pixels, kept where an int holds it.
+int Physical(double logical, double ratio) {
+  return static_cast<int>(std::lround(std::clamp(logical * ratio, -1.0e9, 1.0e9)));
+}
 
 }  // namespace
 
@@ -141,35 +187,74 @@ Font::~Font() = default;
 
 // ---- bitmaps ----
 
-Bitmap::Bitmap(INT width, INT height, PixelFormat format) : m_p(new Impl), m_status(Ok) {
-  if (width <= 0 || height <= 0 || format != PixelFormat32bppRGB) {
+Bitmap::Bitmap(INT width, INT height, PixelFormat format) : Bitmap(width, height, format, 1.0f) {}
+
+Bitmap::Bitmap(INT width, INT height, PixelFormat format, REAL devicePixelRatio) : m_p(new Impl), m_status(Ok) {
+  if (width <= 0 || height <= 0 || format != PixelFormat32bppRGB || !(devicePixelRatio > 0) ||
+      !std::isfinite(devicePixelRatio)) {
     m_status = InvalidParameter;
     return;
   }
-  m_p->image = QImage(width, height, QImage::Format_RGB32);
+  const double w = std::ceil(width * static_cast<double>(devicePixelRatio));
+  const double h = std::ceil(height * static_cast<double>(devicePixelRatio));
+  if (w > INT_MAX || h > INT_MAX) {
+    m_status = OutOfMemory;
+    return;
+  }
+  m_p->image = QImage(static_cast<int>(w), static_cast<int>(h), QImage::Format_RGB32);
   if (m_p->image.isNull()) {
     m_status = OutOfMemory;
     return;
   }
+  m_p->width = width;
+  m_p->height = height;
   m_p->image.fill(0xFF000000u);
+  // Fonts take their size in pixels from these 96 dots per inch in logical
+  // pixels; the painter scales by the ratio.
   m_p->image.setDotsPerMeterX(kDotsPerMetre);
   m_p->image.setDotsPerMeterY(kDotsPerMetre);
+  m_p->image.setDevicePixelRatio(devicePixelRatio);
 }
 
 Bitmap::~Bitmap() = default;
 
-UINT Bitmap::GetWidth() const { return static_cast<UINT>(m_p->image.width()); }
-UINT Bitmap::GetHeight() const { return static_cast<UINT>(m_p->image.height()); }
+UINT Bitmap::GetWidth() const { return static_cast<UINT>(m_p->width); }
+UINT Bitmap::GetHeight() const { return static_cast<UINT>(m_p->height); }
+REAL Bitmap::GetDevicePixelRatio() const { return static_cast<REAL>(m_p->image.devicePixelRatio()); }
 
 Status Bitmap::GetPixel(INT x, INT y, Color* color) const {
-  if (!color || !m_p->image.valid(x, y)) return InvalidParameter;
-  *color = Color(m_p->image.pixel(x, y));
+  const QImage& im = m_p->image;
+  if (!color || x < 0 || y < 0 || x >= m_p->width || y >= m_p->height) return InvalidParameter;
+  const double r = im.devicePixelRatio();
+  if (r == 1.0) {
+    *color = Color(im.pixel(x, y));
+    return Ok;
+  }
+  const auto [x0, x1] = PhysicalSpan(x, r, im.width());
+  const auto [y0, y1] = PhysicalSpan(y, r, im.height());
+  unsigned sum[3] = {0, 0, 0};
+  for (int j = y0; j < y1; ++j)
+    for (int i = x0; i < x1; ++i)
+      for (int k = 0; k < 3; ++k) sum[k] += (im.pixel(i, j) >> (8 * k)) & 0xFFu;
+  const unsigned n = static_cast<unsigned>((x1 - x0) * (y1 - y0));
+  DWORD argb = 0xFF000000u;
+  for (int k = 0; k < 3; ++k) argb |= static_cast<DWORD>((sum[k] + n / 2) / n) << (8 * k);
+  *color = Color(argb);
   return Ok;
 }
 
 Status Bitmap::SetPixel(INT x, INT y, const Color& color) {
-  if (!m_p->image.valid(x, y)) return InvalidParameter;
-  m_p->image.setPixel(x, y, color.GetValue() | 0xFF000000u);
+  QImage& im = m_p->image;
+  if (x < 0 || y < 0 || x >= m_p->width || y >= m_p->height) return InvalidParameter;
+  const double r = im.devicePixelRatio();
+  if (r == 1.0) {
+    im.setPixel(x, y, color.GetValue() | 0xFF000000u);
+    return Ok;
+  }
+  const auto [x0, x1] = PhysicalSpan(x, r, im.width());
+  const auto [y0, y1] = PhysicalSpan(y, r, im.height());
+  for (int j = y0; j < y1; ++j)
+    for (int i = x0; i < x1; ++i) im.setPixel(i, j, color.GetValue() | 0xFF000000u);
   return Ok;
 }
 
@@ -250,8 +335,10 @@ Status Graphics::ResetClip() {
 Status Graphics::DrawLine(const Pen* pen, INT x1, INT y1, INT x2, INT y2) {
   if (m_status != Ok) return WrongState;
   if (!pen || pen->GetLastStatus() != Ok) return InvalidParameter;
-  m_p->painter->setPen(orvek_gfx::ToQPen(*pen));
-  m_p->painter->drawLine(QPoint(x1, y1), QPoint(x2, y2));
+  QPainter& p = *m_p->painter;
+  p.setPen(orvek_gfx::ToQPen(*pen));
+  const HalfPixelShift shift(p, ShiftsHalfPixel(p, *pen));
+  p.drawLine(QPoint(x1, y1), QPoint(x2, y2));
   return Ok;
 }
 
@@ -263,9 +350,26 @@ Status Graphics::DrawLine(const Pen* pen, REAL x1, REAL y1, REAL x2, REAL y2) {
 Status Graphics::DrawRectangle(const Pen* pen, INT x, INT y, INT width, INT height) {
   if (m_status != Ok) return WrongState;
   if (!pen || pen->GetLastStatus() != Ok) return InvalidParameter;
-  m_p->painter->setPen(orvek_gfx::ToQPen(*pen));
-  m_p->painter->setBrush(Qt::NoBrush);
-  m_p->painter->drawRect(QRect(x, y, width, height));
+  QPainter& p = *m_p->painter;
+  const bool shifted = ShiftsHalfPixel(p, *pen);
+  if (shifted && pen->GetDashStyle() == DashStyleSolid) {
+    // The band between the outer and the inner rectangle, so that corners
+    // are as full as the sides, as they are without antialiasing.
+    const qreal w = pen->GetWidth(), h = w / 2;
+    const QRectF r = QRectF(x + 0.5, y + 0.5, width, height).normalized();
+    QPainterPath band;
+    band.setFillRule(Qt::OddEvenFill);
+    band.addRect(r.adjusted(-h, -h, h, h));
+    if (r.width() > w && r.height() > w) band.addRect(r.adjusted(h, h, -h, -h));
+    Color color;
+    pen->GetColor(&color);
+    p.fillPath(band, ToQColor(color));
+    return Ok;
+  }
+  p.setPen(orvek_gfx::ToQPen(*pen));
+  p.setBrush(Qt::NoBrush);
+  const HalfPixelShift shift(p, shifted);
+  p.drawRect(QRect(x, y, width, height));
   return Ok;
 }
 
@@ -282,9 +386,9 @@ Status Graphics::DrawLines(const Pen* pen, const PointF* points, INT count) {
   QImage* image = m_p->image;
   Color color;
   pen->GetColor(&color);
-  // Wide solid antialiased strokes on a bitmap go through the coverage
-  // stroker; everything else is Qt's own path.
-  const bool fast = image && pen->GetWidth() > 1.0f && pen->GetDashStyle() == DashStyleSolid &&
+  // Solid antialiased strokes on a bitmap go through the coverage stroker;
+  // everything else is Qt's own path.
+  const bool fast = image && pen->GetDashStyle() == DashStyleSolid &&
                     m_p->painter->testRenderHint(QPainter::Antialiasing) &&
                     m_p->painter->worldTransform().isIdentity() &&
                     m_p->painter->compositionMode() == QPainter::CompositionMode_SourceOver &&
@@ -295,19 +399,27 @@ Status Graphics::DrawLines(const Pen* pen, const PointF* points, INT count) {
     t.stride = static_cast<int>(image->bytesPerLine() / 4);
     t.width = image->width();
     t.height = image->height();
+    // The stroker works on physical pixels: points, width and clip scale by
+    // the ratio.
+    const double ratio = image->devicePixelRatio();
     const QRect c = m_p->clipped ? m_p->clip : image->rect();
-    t.clipLeft = c.left();
-    t.clipTop = c.top();
-    t.clipRight = c.left() + c.width();
-    t.clipBottom = c.top() + c.height();
-    orvek_gfx::ThreadStroker().Stroke(t, points, count, pen->GetWidth(), color.GetValue());
+    const bool scaled = m_p->clipped && ratio != 1.0;
+    t.clipLeft = scaled ? Physical(c.left(), ratio) : c.left();
+    t.clipTop = scaled ? Physical(c.top(), ratio) : c.top();
+    t.clipRight = scaled ? Physical(static_cast<double>(c.left()) + c.width(), ratio) : c.left() + c.width();
+    t.clipBottom = scaled ? Physical(static_cast<double>(c.top()) + c.height(), ratio) : c.top() + c.height();
+    const float r = static_cast<float>(ratio);
+    orvek_gfx::ThreadStroker().Stroke(t, points, count, pen->GetWidth() * r, color.GetValue(), r,
+                                      Thin(*pen) ? 0.5f : 0.0f);
     return Ok;
   }
   thread_local QPolygonF polygon;  // kept, so that steady drawing allocates nothing
   polygon.resize(count);
   for (INT i = 0; i < count; ++i) polygon[i] = QPointF(points[i].X, points[i].Y);
-  m_p->painter->setPen(orvek_gfx::ToQPen(*pen));
-  m_p->painter->drawPolyline(polygon);
+  QPainter& p = *m_p->painter;
+  p.setPen(orvek_gfx::ToQPen(*pen));
+  const HalfPixelShift shift(p, ShiftsHalfPixel(p, *pen));
+  p.drawPolyline(polygon);
   return Ok;
 }
 
@@ -334,8 +446,29 @@ Status Graphics::DrawImage(Bitmap* image, INT x, INT y, INT srcX, INT srcY, INT 
   if (m_status != Ok) return WrongState;
   if (!image || image->GetLastStatus() != Ok || srcUnit != UnitPixel || srcWidth < 0 || srcHeight < 0)
     return InvalidParameter;
-  if (&image->impl()->image == m_p->image) return InvalidParameter;
-  m_p->painter->drawImage(QPoint(x, y), image->impl()->image, QRect(srcX, srcY, srcWidth, srcHeight));
+  const QImage& source = image->impl()->image;
+  if (&source == m_p->image) return InvalidParameter;
+  const double r = source.devicePixelRatio();
+  if (r == 1.0) {
+    m_p->painter->drawImage(QPoint(x, y), source, QRect(srcX, srcY, srcWidth, srcHeight));
+    return Ok;
+  }
+  // Qt takes the source in physical pixels and draws it at its logical size.
+  const int left = Physical(srcX, r), top = Physical(srcY, r);
+  const int right = Physical(static_cast<double>(srcX) + srcWidth, r);
+  const int bottom = Physical(static_cast<double>(srcY) + srcHeight, r);
+  const QRect from(left, top, right - left, bottom - top);
+  QPainter& p = *m_p->painter;
+  if (DeviceRatio(p) != r || p.combinedTransform().type() != QTransform::TxNone) {
+    p.drawImage(QPoint(x, y), source, from);
+    return Ok;
+  }
+  // Between two images of one ratio the copy is pixel for pixel: drawn in
+  // physical coordinates it is a plain copy instead of a scaling one.
+  const QImage pixels(source.constBits(), source.width(), source.height(), source.bytesPerLine(), source.format());
+  p.setWorldTransform(QTransform::fromScale(1.0 / r, 1.0 / r));
+  p.drawImage(QPoint(Physical(x, r), Physical(y, r)), pixels, from);
+  p.setWorldTransform(QTransform());
   return Ok;
 }
 
@@ -372,7 +505,7 @@ QPen ToQPen(const Gdiplus::Pen& pen) {
   q.setCapStyle(Qt::FlatCap);
   q.setJoinStyle(Qt::BevelJoin);
   switch (pen.GetDashStyle()) {
-    case Gdiplus::DashStyleDot: q.setStyle(Qt::DotLine); break;
+    case Gdiplus::DashStyleDot: q.setDashPattern({1.0, 1.0}); break;  // Qt's dots are one on, two off
     case Gdiplus::DashStyleDash: q.setStyle(Qt::DashLine); break;
     case Gdiplus::DashStyleDashDot: q.setStyle(Qt::DashDotLine); break;
     case Gdiplus::DashStyleDashDotDot: q.setStyle(Qt::DashDotDotLine); break;

@@ -10,7 +10,8 @@
 #include <orvek/platform/gfx/Gdiplus.h>
 
 struct Gdiplus::Bitmap::Impl {
-  QImage image;
+  QImage image;               // physical pixels, with the device pixel ratio set
+  int width = 0, height = 0;  // logical pixels
 };
 
 struct Gdiplus::Font::Impl {

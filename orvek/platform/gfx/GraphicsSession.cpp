@@ -1,6 +1,7 @@
+// GdiplusStartup and GdiplusShutdown: an open session keeps a Qt application
+// object alive, created here when the host has none.
 #include <orvek/platform/gfx/GraphicsSession.h>
 
-#include <QApplication>
 #include <QCoreApplication>
 #include <QGuiApplication>
 
@@ -18,8 +19,9 @@ namespace {
 std::mutex g_lock;
 std::set<ULONG> g_open;
 ULONG g_next = 0;
-QApplication* g_created = nullptr;
+QGuiApplication* g_created = nullptr;
 std::atomic<orvek_gfx::ApplicationEndHook> g_endHook{nullptr};
+std::atomic<orvek_gfx::ApplicationFactory> g_factory{nullptr};
 int g_argc = 1;
 char g_arg0[] = "orvek";
 char* g_argv[] = {g_arg0, nullptr};
@@ -69,14 +71,15 @@ bool listsOffscreen(const std::string& platforms) {
 // Qt ends the process when no platform plugin of the list can be opened (no
 // display, a missing plugin). Offscreen, which always opens, is put last in
 // the list; landing on it when the host did not ask for it is a refusal.
-QApplication* createApplication() {
+QGuiApplication* createApplication() {
   const std::string platforms = requestedPlatforms();
   const bool offscreenAsked = listsOffscreen(platforms);
   g_hostHandler = qInstallMessageHandler(&quietHandler);
   const char* before = std::getenv("QT_QPA_PLATFORM");
   const std::string saved = before ? before : "";
   setenv("QT_QPA_PLATFORM", offscreenAsked ? platforms.c_str() : (platforms + ";offscreen").c_str(), 1);
-  auto* app = new QApplication(g_argc, g_argv);
+  const orvek_gfx::ApplicationFactory factory = g_factory.load();
+  QGuiApplication* app = factory ? factory(g_argc, g_argv) : new QGuiApplication(g_argc, g_argv);
   if (before)
     setenv("QT_QPA_PLATFORM", saved.c_str(), 1);
   else
@@ -91,6 +94,7 @@ QApplication* createApplication() {
 }  // namespace
 
 void orvek_gfx::SetApplicationEndHook(ApplicationEndHook hook) { g_endHook.store(hook); }
+void orvek_gfx::SetApplicationFactory(ApplicationFactory factory) { g_factory.store(factory); }
 
 int GdiplusStartup(ULONG* token, const GdiplusStartupInput* input, void*) {
   if (!token || !input || input->GdiplusVersion != 1) return 2;  // InvalidParameter
@@ -111,7 +115,7 @@ void GdiplusShutdown(ULONG token) {
   std::unique_lock<std::mutex> g(g_lock);
   if (!g_open.erase(token)) return;
   if (g_open.empty() && g_created) {
-    QApplication* app = g_created;
+    QGuiApplication* app = g_created;
     g_created = nullptr;
     // The hook may end windows whose graphs close sessions of their own.
     g.unlock();

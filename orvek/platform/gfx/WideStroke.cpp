@@ -33,7 +33,7 @@ WideStroker& ThreadStroker() {
 }
 
 void WideStroker::Stroke(const PixelTarget& target, const Gdiplus::PointF* points, int count, float width,
-                         std::uint32_t argb) {
+                         std::uint32_t argb, float scale, float shift) {
   if (!target.bits || count < 2 || !(width > 0) || !std::isfinite(width)) return;
   const int left = std::max(target.clipLeft, 0), right = std::min(target.clipRight, target.width);
   const int top = std::max(target.clipTop, 0), bottom = std::min(target.clipBottom, target.height);
@@ -57,7 +57,8 @@ void WideStroker::Stroke(const PixelTarget& target, const Gdiplus::PointF* point
   for (int i = 0; i <= count; ++i) {
     const bool finite = i < count && std::isfinite(points[i].X) && std::isfinite(points[i].Y);
     if (finite) {
-      Gdiplus::PointF p(std::clamp(points[i].X, -kFar, kFar), std::clamp(points[i].Y, -kFar, kFar));
+      Gdiplus::PointF p(std::clamp((points[i].X + shift) * scale, -kFar, kFar),
+                        std::clamp((points[i].Y + shift) * scale, -kFar, kFar));
       if (m_run.empty() || p.X != m_run.back().X || p.Y != m_run.back().Y) m_run.push_back(p);
       continue;
     }

@@ -15,7 +15,7 @@ struct PixelTarget {
   int clipLeft = 0, clipTop = 0, clipRight = 0, clipBottom = 0;
 };
 
-// Strokes a polyline of a wide pen (flat ends, bevelled corners) into a
+// Strokes a polyline of any width (flat ends, bevelled corners) into a
 // coverage buffer and blends that with the pen's colour once, so a
 // translucent curve is blended once where it overlaps itself, as a filled
 // outline would be. Coverage is the exact area of the stroke's outline in
@@ -23,7 +23,11 @@ struct PixelTarget {
 // because the strokes of dense signals run mostly up and down.
 class WideStroker {
  public:
-  void Stroke(const PixelTarget& target, const Gdiplus::PointF* points, int count, float width, std::uint32_t argb);
+  // Each point is drawn at ((X + shift) * scale, (Y + shift) * scale): the
+  // shift moves the pixel grid, the scale goes from logical to physical
+  // pixels. The width is in physical pixels.
+  void Stroke(const PixelTarget& target, const Gdiplus::PointF* points, int count, float width, std::uint32_t argb,
+              float scale = 1.0f, float shift = 0.0f);
 
  private:
   void Outline(const Gdiplus::PointF* p, int n, float halfWidth);

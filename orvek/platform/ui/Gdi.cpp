@@ -1,3 +1,5 @@
+// Brushes and fonts of the window layer (CreateSolidBrush, GetSysColorBrush,
+// DeleteObject) as colours and font descriptions on Qt's palette.
 #include <orvek/platform/ui/Gdi.h>
 
 #include <QApplication>

@@ -1,5 +1,6 @@
-// The event loop that the library lends to hosts without one of their own.
-#include <orvek/frame/OrvekGlobals.h>
+// The message loop (GetMessage and DispatchMessage) that the library lends
+// to hosts without one of their own: a QEventLoop on the calling thread.
+#include <orvek/platform/ui/MessageLoop_p.h>
 
 #include <QApplication>
 #include <QEventLoop>
@@ -9,7 +10,6 @@
 #include <atomic>
 
 #include <orvek/platform/core/Kernel.h>
-#include <orvek/platform/ui/MessageLoop_p.h>
 
 namespace {
 
@@ -35,7 +35,7 @@ bool anyVisibleWindow() {
 bool orvek_ui::HostLeftLoop() { return g_hostLeftLoop.load(); }
 void orvek_ui::SetHostLeftLoop(bool left) { g_hostLeftLoop.store(left); }
 
-void COrvekGlobals::PumpMessages(DWORD dwMilliseconds) {
+void orvek_ui::PumpMessages(DWORD dwMilliseconds) {
   orvek_ui::SetHostLeftLoop(false);
   if (!qobject_cast<QApplication*>(QCoreApplication::instance())) {
     Sleep(dwMilliseconds);
@@ -46,7 +46,7 @@ void COrvekGlobals::PumpMessages(DWORD dwMilliseconds) {
   loop.exec();
 }
 
-int COrvekGlobals::RunMessageLoop() {
+int orvek_ui::RunMessageLoop() {
   if (!qobject_cast<QApplication*>(QCoreApplication::instance())) return 0;
   orvek_ui::SetHostLeftLoop(false);
   QEventLoop loop;

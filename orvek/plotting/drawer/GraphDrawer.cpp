@@ -127,7 +127,13 @@ CGraphDrawer::CGraphDrawer()
       m_bAutoX(1),
       m_fXMin(0),
       m_fXMax(0),
-      m_bEverySample(0) {
+      m_bEverySample(0),
+      m_fYAxisMin(0),
+      m_fYAxisMax(0),
+      m_bUserView(false),
+      m_view{0, 0, 0, 0},
+      m_bPaused(false),
+      m_scheme(eSchemeDark) {
   std::lock_guard<std::mutex> lock(PenLock());
   ++ms_nInstances;
 }
@@ -270,9 +276,9 @@ void CGraphDrawer::SetROI(int iFrom, int iTo, float fXMin, float fXMax, int nXDi
   m_nYDivs = nYDivs;
   m_dYMin = dYMin;  // unsorted: a reversed pair stands the curves upside down
   m_dYMax = dYMax;
-  DrawBackground(m_pAxesBitmap, m_sTitle, m_fXMin, m_fXMax, m_nXDivs, m_sXName, yLabelMin, yLabelMax, m_nYDivs,
-                 m_sYName, m_rcPlot.X, m_rcPlot.Y, m_rcPlot.Width, m_rcPlot.Height);
-  DrawCurves(m_pFrameBitmap, m_pAxesBitmap, m_iXFrom, m_iXTo);
+  m_fYAxisMin = yLabelMin;
+  m_fYAxisMax = yLabelMax;
+  DrawHostChange();
 }
 
 void CGraphDrawer::SetROIAutoY(int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, double dYMin, double dYMax,
@@ -295,10 +301,7 @@ void CGraphDrawer::SetROIAutoY(int iFrom, int iTo, float fXMin, float fXMax, int
   if (std::isfinite(dYMin) && dYMin < lo) lo = dYMin;
   if (std::isfinite(dYMax) && dYMax > hi) hi = dYMax;
   FitYRange(0, lo, hi);
-  DrawBackground(m_pAxesBitmap, m_sTitle, m_fXMin, m_fXMax, m_nXDivs, m_sXName, static_cast<float>(m_dYMin),
-                 static_cast<float>(m_dYMax), m_nYDivs, m_sYName, m_rcPlot.X, m_rcPlot.Y, m_rcPlot.Width,
-                 m_rcPlot.Height);
-  DrawCurves(m_pFrameBitmap, m_pAxesBitmap, m_iXFrom, m_iXTo);
+  DrawHostChange();
 }
 
 void CGraphDrawer::SetROIAutoY(int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, int nYDivs) {
@@ -306,9 +309,17 @@ void CGraphDrawer::SetROIAutoY(int iFrom, int iTo, float fXMin, float fXMax, int
 }
 
 void CGraphDrawer::RedrawBackground(void) {
-  DrawBackground(m_pAxesBitmap, m_sTitle, m_fXMin, m_fXMax, m_nXDivs, m_sXName, static_cast<float>(m_dYMin),
-                 static_cast<float>(m_dYMax), m_nYDivs, m_sYName, m_rcPlot.X, m_rcPlot.Y, m_rcPlot.Width,
-                 m_rcPlot.Height);
+  float x0 = 0, x1 = 0, y0 = 0, y1 = 0;
+  ViewLabels(&x0, &x1, &y0, &y1);
+  DrawBackground(m_pAxesBitmap, m_sTitle, x0, x1, m_nXDivs, m_sXName, y0, y1, m_nYDivs, m_sYName, m_rcPlot.X,
+                 m_rcPlot.Y, m_rcPlot.Width, m_rcPlot.Height);
+}
+
+void CGraphDrawer::DrawHostChange(void) {
+  // A paused picture stays; resuming draws the host's new ranges.
+  if (m_bPaused) return;
+  RedrawBackground();
+  DrawCurves(m_pFrameBitmap, m_pAxesBitmap, m_iXFrom, m_iXTo);
 }
 
 void CGraphDrawer::DrawBackground(Bitmap* pTarget, const CStringW& sTitle, float fXMin, float fXMax, int nXDivs,
@@ -316,15 +327,16 @@ void CGraphDrawer::DrawBackground(Bitmap* pTarget, const CStringW& sTitle, float
                                   const CStringW& sYName, int nX, int nY, int nWidth, int nHeight) {
   if (!pTarget) return;
   Graphics g(pTarget);
-  g.Clear(Color(0xFF000000u));
-  Pen framePen(Color(0xFFC0C0C0u), 1.0f);
-  Pen gridPen(Color(0xFF808080u), 1.0f);
+  const bool light = m_scheme == eSchemeLight;
+  g.Clear(Color(light ? 0xFFFFFFFFu : 0xFF000000u));
+  Pen framePen(Color(light ? 0xFF404040u : 0xFFC0C0C0u), 1.0f);
+  Pen gridPen(Color(light ? 0xFFA0A0A0u : 0xFF808080u), 1.0f);
   const float size =
       std::min(static_cast<float>(m_rcPlot.Width) / 50.0f, static_cast<float>(m_rcPlot.Height) / 35.0f);
   const FontFamily family(L"SmallFonts");
   std::unique_ptr<Font> font(new Font(&family, size, FontStyleRegular, UnitPoint));
   if (font->GetLastStatus() != Ok) font.reset(new Font(FontFamily::GenericSansSerif(), size, FontStyleRegular, UnitPoint));
-  SolidBrush textBrush(Color(0xFFFFFFFFu));
+  SolidBrush textBrush(Color(light ? 0xFF000000u : 0xFFFFFFFFu));
   g.DrawRectangle(&framePen, 0, 0, m_rcPlot.Width - 1, m_rcPlot.Height - 1);
   gridPen.SetDashStyle(DashStyleDot);
 
@@ -345,36 +357,40 @@ void CGraphDrawer::DrawBackground(Bitmap* pTarget, const CStringW& sTitle, float
 }
 
 // Sample x of curve c goes to column (x - F) * (W - 1) / (E - F - 1) + X in
-// single precision and to a row in double precision, from m_dYMin (through
-// single precision) at the bottom to m_dYMax at the top. A flat range puts
-// every sample on the middle row.
+// single precision, F and E the view's first sample and one past its last,
+// and to a row in double precision, from the view's bottom value (through
+// single precision, unless the user chose the view) at the bottom to its top
+// value at the top. A flat range puts every sample on the middle row.
 int CGraphDrawer::MapStroke(int c, int from, int end, int S, bool bOutline) {
   const int count = end - from;
   if (count <= 0 || S <= 0) return 0;
   if (m_points.size() < static_cast<std::size_t>(count)) m_points.resize(static_cast<std::size_t>(count));
+  const tagPlotView view = DrawView();
+  const double F = view.dFirst, E = view.dLast + 1.0;
   const int X = m_rcPlot.X, Y = m_rcPlot.Y, W = m_rcPlot.Width, H = m_rcPlot.Height;
   const float xScale = static_cast<float>(static_cast<std::int64_t>(W) - 1);
-  const float xSpan = static_cast<float>(static_cast<std::int64_t>(m_iXTo) - m_iXFrom - 1);
+  const float xSpan = static_cast<float>(E - F - 1.0);
   const float xOrigin = static_cast<float>(X);
-  const bool flat = m_dYMax == m_dYMin;
+  const bool flat = view.dTop == view.dBottom;
   const double yBottom = static_cast<double>(static_cast<std::int64_t>(Y) - 1 + H);
-  const double yOffset = static_cast<double>(static_cast<float>(m_dYMin));
+  const double yOffset = m_bUserView ? view.dBottom : static_cast<double>(static_cast<float>(view.dBottom));
   const double yScale = static_cast<double>(static_cast<std::int64_t>(H) - 1);
-  const double ySpan = m_dYMax - m_dYMin;
+  const double ySpan = view.dTop - view.dBottom;
   const float yMiddle = static_cast<float>(static_cast<double>(Y) + (static_cast<double>(H) - 1) / 2.0);
-  const int offset = static_cast<std::size_t>(c) < m_rowOffsets.size() ? m_rowOffsets[static_cast<std::size_t>(c)] : 0;
+  const std::vector<int>& offsets = DrawOffsets();
+  const int offset = static_cast<std::size_t>(c) < offsets.size() ? offsets[static_cast<std::size_t>(c)] : 0;
   int row = static_cast<int>((static_cast<std::int64_t>(offset) + from) % S);
-  const double* column = m_samples.data() + c;
-  const std::size_t stride = static_cast<std::size_t>(m_nCurves);
+  const double* column = DrawSamples().data() + c;
+  const std::size_t stride = static_cast<std::size_t>(DrawCurveCount());
   const auto mapX = [&](int x) {
-    return static_cast<float>(static_cast<std::int64_t>(x) - m_iXFrom) * xScale / xSpan + xOrigin;
+    return static_cast<float>(static_cast<double>(x) - F) * xScale / xSpan + xOrigin;
   };
   const auto mapY = [&](double v) {
     return flat ? yMiddle : static_cast<float>(yBottom - (v - yOffset) * yScale / ySpan);
   };
   PointF* out = m_points.data();
   // A window of few samples per column has nothing to leave out.
-  const bool dense = static_cast<std::int64_t>(m_iXTo) - m_iXFrom > 4 * static_cast<std::int64_t>(W);
+  const bool dense = E - F > 4.0 * static_cast<double>(W);
   if (m_bEverySample || !bOutline || !dense) {
     for (int x = from; x < end; ++x) {
       const double v = column[static_cast<std::size_t>(row) * stride];
@@ -455,16 +471,17 @@ void CGraphDrawer::DrawCurves(Bitmap* pTarget, Bitmap* pBackground, int iFrom, i
   if (!pTarget || !pBackground) return;
   Graphics g(pTarget);
   const int X = m_rcPlot.X, W = m_rcPlot.Width, H = m_rcPlot.Height;
-  const std::int64_t F = m_iXFrom, E = m_iXTo;
+  const tagPlotView view = DrawView();
+  const double F = view.dFirst, E = view.dLast + 1.0;
   // A window of fewer than two samples, or a plot of one column, has no scale:
   // the whole plot is restored and no curve is drawn.
-  const bool scaled = E - F >= 2 && W >= 2;
+  const bool scaled = E - F >= 2.0 && W >= 2;
   std::int64_t left = X, right = static_cast<std::int64_t>(X) + W;
   float fLeft = static_cast<float>(X);
   if (scaled) {
-    const float xScale = static_cast<float>(W - 1), xSpan = static_cast<float>(E - F - 1);
-    const float a = static_cast<float>(iFrom - F) * xScale / xSpan;
-    const float b = static_cast<float>(iTo - F) * xScale / xSpan;
+    const float xScale = static_cast<float>(W - 1), xSpan = static_cast<float>(E - F - 1.0);
+    const float a = static_cast<float>(static_cast<double>(iFrom) - F) * xScale / xSpan;
+    const float b = static_cast<float>(static_cast<double>(iTo) - F) * xScale / xSpan;
     left = Saturate(std::floor(a)) - 1 + X;
     const std::int64_t width = Saturate(std::ceil(b)) + 3 + X - left - 1;
     fLeft = static_cast<float>(left);
@@ -480,30 +497,32 @@ void CGraphDrawer::DrawCurves(Bitmap* pTarget, Bitmap* pBackground, int iFrom, i
                      H >= static_cast<int>(pTarget->GetHeight());
   if (!whole) g.SetClip(Rect(clipLeft, 0, clipRight - clipLeft, H), CombineModeReplace);
   g.DrawImage(pBackground, clipLeft, 0, clipLeft, 0, clipRight - clipLeft, H, UnitPixel);
-  if (m_nCurves == 0 || !scaled) return;
+  const int nCurves = DrawCurveCount();
+  if (nCurves == 0 || !scaled) return;
   g.SetSmoothingMode(SmoothingModeAntiAlias);
 
   // The sample two pixels left of the clip, so the stroke enters it running.
-  const float xSpan = static_cast<float>(E - F - 1);
+  const float xSpan = static_cast<float>(E - F - 1.0);
   const std::int64_t first = Saturate(
       std::floor(xSpan * (fLeft - static_cast<float>(X) - 2.0f) / static_cast<float>(W - 1) + static_cast<float>(F)));
-  const tagCurvePens* pens = Pens();  // stays while this drawer lives
-  const int S = SamplesPerCurve();
-  const std::int64_t start64 = std::max<std::int64_t>({first, F, 0});
-  const int end = static_cast<int>(std::max<std::int64_t>(std::min<std::int64_t>({iTo, E, S}), 0));
+  const int S = static_cast<int>(DrawSamples().size() / static_cast<std::size_t>(nCurves));
+  const std::int64_t start64 = std::max<std::int64_t>({first, Saturate(std::floor(F)), 0});
+  const int end =
+      static_cast<int>(std::max<std::int64_t>(std::min<std::int64_t>({iTo, Saturate(std::ceil(E)), S}), 0));
   const int start = static_cast<int>(std::min<std::int64_t>(start64, end));  // both within 0 and S
-  for (int c = 0; c < m_nCurves; ++c) {
-    // Qt's thin lines take a pixel's shade from the segments that end in it,
-    // so only wide pens, which the coverage stroker draws, take the outline.
-    const Pen& pen = pens->normal[c % 3];
-    int n = MapStroke(c, start, end, S, pen.GetWidth() > 1.0f);
+  for (int c = 0; c < nCurves; ++c) {
+    if (static_cast<std::size_t>(c) < m_styles.size() && m_styles[static_cast<std::size_t>(c)].bHidden) continue;
+    // Every pen goes through the coverage stroker, so every curve may take
+    // the outline of its dense columns.
+    const Pen& pen = CurvePen(c, false);
+    int n = MapStroke(c, start, end, S, true);
     if (n > 0) g.DrawLines(&pen, m_points.data(), n);
     if (static_cast<std::size_t>(c) < m_highlights.size()) {
       // Highlights go over their own curve and under later ones.
       const int from = std::max(m_highlights[static_cast<std::size_t>(c)].first, 0);
       const int stop = std::min(m_highlights[static_cast<std::size_t>(c)].second, end);
-      const Pen& mark = pens->highlight[c % 3];
-      n = MapStroke(c, from, stop, S, mark.GetWidth() > 1.0f);
+      const Pen& mark = CurvePen(c, true);
+      n = MapStroke(c, from, stop, S, true);
       if (n > 0) g.DrawLines(&mark, m_points.data(), n);
     }
   }

@@ -1,5 +1,9 @@
 #pragma once
 
+/// \file
+/// The engine of a graph: the samples of its curves, the views that map them
+/// to the plot, and the drawing of axes and curves into the graph's bitmaps.
+
 #include <utility>
 #include <vector>
 
@@ -8,19 +12,21 @@
 #include <orvek/platform/core/Types.h>
 #include <orvek/platform/gfx/Gdiplus.h>
 #include <orvek/plotting/drawer/AxesDrawerBase.h>
+#include <orvek/plotting/drawer/PlotView.h>
 
-// The pens of the curves, shared by every drawer of the process: curve c
-// uses row c mod 3.
+/// The pens of the curves, shared by every drawer of the process: curve c
+/// uses row c mod 3.
 struct ORVEK_API tagCurvePens {
+  /// Makes the three rows of pens.
   tagCurvePens();
-  Gdiplus::Pen normal[3];
-  Gdiplus::Pen highlight[3];
+  Gdiplus::Pen normal[3];     ///< the curve
+  Gdiplus::Pen highlight[3];  ///< its highlighted stretch, drawn over it
 };
 
-// What a graph keeps apart from its samples: the two bitmaps, the dirty
-// marks, the locks, the captions, the highlighted stretches and the drawing
-// of grid and text for the axes. The window that owns the drawer reads and
-// writes these fields directly, under m_csData.
+/// What a graph keeps apart from its samples: the two bitmaps, the dirty
+/// marks, the locks, the captions, the highlighted stretches and the drawing
+/// of grid and text for the axes. The window that owns the drawer reads and
+/// writes these fields directly, under m_csData.
 class ORVEK_API CGraphDrawerBase : public CAxesDrawerBase {
  public:
   CGraphDrawerBase();
@@ -28,39 +34,46 @@ class ORVEK_API CGraphDrawerBase : public CAxesDrawerBase {
   CGraphDrawerBase(const CGraphDrawerBase&) = delete;
   CGraphDrawerBase& operator=(const CGraphDrawerBase&) = delete;
 
-  // Draws the background into the target and a red diagonal over the plot.
+  /// Draws the background into the target and a red diagonal over the plot.
   virtual void DrawCurves(Gdiplus::Bitmap* pTarget, Gdiplus::Bitmap* pBackground, int iFrom, int iTo);
+  /// Rebuilds m_pAxesBitmap for the current ranges; does nothing here.
   virtual void RedrawBackground(void);
 
-  // Sets the highlighted stretch of a curve (to exclusive); the list grows to
-  // nCurves pairs of (0, 0) first. Takes m_csData, so any thread may call it
-  // while a paint runs. Shows with the next stroke of that stretch.
+  /// Sets the highlighted stretch of a curve (to exclusive); the list grows to
+  /// nCurves pairs of (0, 0) first. Takes m_csData, so any thread may call it
+  /// while a paint runs. Shows with the next stroke of that stretch.
   void SetHighlight(int iCurve, int iFrom, int iTo, int nCurves);
 
-  // The compose step of a paint, under m_csData: rebuilds the axes bitmap if
-  // a range moved, then draws the dirty stretch into the frame bitmap (a
-  // wrapped sweep as its end, then its start), and clears both marks.
+  /// The compose step of a paint, under m_csData: rebuilds the axes bitmap if
+  /// a range moved, then draws the dirty stretch into the frame bitmap (a
+  /// wrapped sweep as its end, then its start), and clears both marks.
   void DrawPending(void);
 
-  BOOL m_bDataPending;  // a dirty sample range waits for the next paint
-  BOOL m_bAxesPending;  // the ranges moved: rebuild m_pAxesBitmap first
-  int m_iDirtyFrom;
-  int m_iDirtyTo;  // below m_iDirtyFrom when a sweep wrapped round
-  CCriticalSection m_csRange;  // ranges and the drawing of curves
-  CCriticalSection m_csData;   // samples and the compose step of a paint
-  Gdiplus::Bitmap* m_pAxesBitmap;   // owned by the window: ground, frame, grid, captions
-  Gdiplus::Bitmap* m_pFrameBitmap;  // owned by the window: axes and curves
-  Gdiplus::Rect m_rcPlot;           // X and Y 0, the window's client size
-  ULONG m_gdiToken;                 // a graphics session this graph opened, else 0
-  std::vector<std::pair<int, int>> m_highlights;  // per curve, to exclusive; (0, 0) is none
+  BOOL m_bDataPending;              ///< a dirty sample range waits for the next paint
+  BOOL m_bAxesPending;              ///< the ranges moved: rebuild m_pAxesBitmap first
+  int m_iDirtyFrom;                 ///< first sample of the dirty range
+  int m_iDirtyTo;                   ///< end of the dirty range; below m_iDirtyFrom when a sweep wrapped round
+  CCriticalSection m_csRange;       ///< ranges and the drawing of curves
+  CCriticalSection m_csData;        ///< samples and the compose step of a paint
+  Gdiplus::Bitmap* m_pAxesBitmap;   ///< owned by the window: ground, frame, grid, captions
+  Gdiplus::Bitmap* m_pFrameBitmap;  ///< owned by the window: axes and curves
+  Gdiplus::Rect m_rcPlot;           ///< X and Y 0, the window's client size
+  ULONG m_gdiToken;                 ///< a graphics session this graph opened, else 0
+  std::vector<std::pair<int, int>> m_highlights;  ///< per curve, to exclusive; (0, 0) is none
+  /// The title and the names of the X and Y axis, drawn into m_pAxesBitmap.
+  ///@{
   CStringW m_sTitle;
   CStringW m_sXName;
   CStringW m_sYName;
-  // Valid only during DrawBackground's call of DrawAxesIn.
+  ///@}
+  /// The surface, grid pen, font and text brush of the grid and text
+  /// operations. Valid only during DrawBackground's call of DrawAxesIn.
+  ///@{
   Gdiplus::Graphics* m_pGraphics;
   Gdiplus::Pen* m_pGridPen;
   Gdiplus::Font* m_pFont;
   Gdiplus::Brush* m_pTextBrush;
+  ///@}
 
  protected:
   void DrawGrid(int x1, int y1, int x2, int y2) override;
@@ -74,91 +87,169 @@ class ORVEK_API CGraphDrawerBase : public CAxesDrawerBase {
   void DrawString(const wchar_t* pText, const tagRECT* pRect);
 };
 
-// The engine of one graph: the samples of its curves, the sample window and
-// value range that map them to the plot, and the strokes.
-//
-// Locks: m_csData before m_csRange. The intake, SetROI, SetROIAutoY and
-// SetHighlight take m_csData themselves; a paint takes m_csData round its
-// RedrawBackground and DrawCurves calls. Drawers may be created, stroked and
-// destroyed on any threads: the count and the shared pen table have a lock
-// of their own.
+/// How a host asked one curve to look; a curve without a style takes the
+/// shared pens of its row.
+struct tagCurveStyle {
+  CStringW sName;        ///< shown in the legend; empty: no legend entry
+  DWORD argb = 0;        ///< colour with alpha; 0: the default colour
+  float fWidth = 0.0f;   ///< pen width in pixels; 0: the default width
+  bool bHidden = false;  ///< left out of the picture by the user
+};
+
+/// The engine of one graph: the samples of its curves, the sample window and
+/// value range that map them to the plot, and the strokes.
+///
+/// Locks: m_csData before m_csRange. The intake, SetROI, SetROIAutoY and
+/// SetHighlight take m_csData themselves; a paint takes m_csData round its
+/// RedrawBackground and DrawCurves calls. Drawers may be created, stroked and
+/// destroyed on any threads: the count and the shared pen table have a lock
+/// of their own.
 class ORVEK_API CGraphDrawer : public CGraphDrawerBase {
  public:
   CGraphDrawer();
   ~CGraphDrawer() override;
 
-  // Restores the strip of the plot that shows samples iFrom to iTo (an iTo
-  // of 0x7FFFFFFF: to the right edge) from the background and strokes every
-  // sample of it as a vertex.
+  /// Restores the strip of the plot that shows samples iFrom to iTo (an iTo
+  /// of 0x7FFFFFFF: to the right edge) from the background and strokes every
+  /// sample of it as a vertex.
   void DrawCurves(Gdiplus::Bitmap* pTarget, Gdiplus::Bitmap* pBackground, int iFrom, int iTo) override;
+  /// Rebuilds m_pAxesBitmap for the drawn view, with the title and the axis
+  /// names.
   void RedrawBackground(void) override;
 
-  // Fixes the sample window and both ranges: the doubles say which data
-  // values fill the plot, the floats what the Y axis reads there.
+  /// Fixes the sample window and both ranges: the doubles say which data
+  /// values fill the plot, the floats what the Y axis reads there.
   void SetROI(int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, double dYMin, double dYMax, float fYAxisMin,
               float fYAxisMax, int nYDivs);
-  // Fixes the sample window and lets Y follow the data, starting with a range
-  // that holds the data and dYMin to dYMax.
+  /// Fixes the sample window and lets Y follow the data, starting with a range
+  /// that holds the data and dYMin to dYMax (without them: the data and 0).
+  ///@{
   void SetROIAutoY(int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, double dYMin, double dYMax, int nYDivs);
   void SetROIAutoY(int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, int nYDivs);
-  // Moves the ranges after an intake and records the dirty sample range.
+  ///@}
+  /// Moves the ranges after an intake and records the dirty sample range.
   void UpdateRanges(int iFrom, int iTo);
-  // Smallest and largest finite stored sample; a store without one leaves
-  // both.
+  /// Smallest and largest finite stored sample; a store without one leaves
+  /// both.
   void GetDataMinMax(double* pMin, double* pMax);
-  // Turns a data span into the Y range, smoothed or at once; a bound that is
-  // not finite leaves the range as it is.
+  /// Turns a data span into the Y range, smoothed or at once; a bound that is
+  /// not finite leaves the range as it is.
   void FitYRange(int bSmooth, double dMin, double dMax);
+  /// Clears pTarget to the ground of the colour scheme, frames the plot and draws
+  /// grid, captions, title and axis names for the given ranges into the
+  /// rectangle at (nX, nY) of nWidth by nHeight pixels; a null target is left
+  /// alone.
   void DrawBackground(Gdiplus::Bitmap* pTarget, const CStringW& sTitle, float fXMin, float fXMax, int nXDivs,
                       const CStringW& sXName, float fYMin, float fYMax, int nYDivs, const CStringW& sYName, int nX,
                       int nY, int nWidth, int nHeight);
 
-  // The most samples the store of one drawer holds (2 GiB of doubles): an
-  // intake whose matrix (curves times rows) would exceed it is dropped.
+  /// The most samples the store of one drawer holds (2 GiB of doubles): an
+  /// intake whose matrix (curves times rows) would exceed it is dropped.
   static constexpr long long kMaxSamples = 1LL << 28;
 
-  // Intake, from any thread. T is char (read as signed), short, int, float,
-  // double or unsigned char; nStride counts elements of T.
+  /// Intake, from any thread. T is char (read as signed), short, int, float,
+  /// double or unsigned char; nStride counts elements of T. Each call writes
+  /// nCount samples of curve iCurve of nCurves; a call with nCurves below 1,
+  /// iCurve outside them, a negative count or a null pData with samples to
+  /// read is dropped. SetData writes the block from the first row on.
   template <typename T>
   void SetData(T* pData, int nCount, int nStride, int iCurve, int nCurves);
-  // Strip chart: a ring of nHistory rows per curve; of a longer block only
-  // the last nHistory samples are kept.
+  /// Strip chart: a ring of nHistory rows per curve; of a longer block only
+  /// the last nHistory samples are kept.
   template <typename T>
   void SetDataHistory(T* pData, int nCount, int nHistory, int nStride, int iCurve, int nCurves);
-  // Running exponential average; the first block after a reset is copied.
+  /// Running exponential average; the first block after a reset is copied.
   template <typename T>
   void SetDataAvg(T* pData, int nCount, double dFactor, int nStride, int iCurve, int nCurves);
-  // Sweep: a write head runs over a ring of nHistory rows; only the written
-  // stretch becomes dirty.
+  /// Sweep: a write head runs over a ring of nHistory rows; only the written
+  /// stretch becomes dirty.
   template <typename T>
   void SetDataHistoryCircular(T* pData, int nCount, int nHistory, int nStride, int iCurve, int nCurves);
 
-  std::vector<double> m_samples;  // row r, curve c at r * m_nCurves + c
-  double m_dYMin;                 // data value of the bottom row
-  double m_dYMax;                 // data value of the top row
-  int m_iXFrom;                   // sample window, half-open
+  std::vector<double> m_samples;  ///< row r, curve c at r * m_nCurves + c
+  double m_dYMin;                 ///< data value of the bottom row
+  double m_dYMax;                 ///< data value of the top row
+  /// The sample window, half-open: its first sample and one past its last.
+  ///@{
+  int m_iXFrom;
   int m_iXTo;
-  BOOL m_bResetAdaptation;  // the next intake snaps to the data
-  int m_nCurves;
-  std::vector<Gdiplus::PointF> m_points;  // vertices of one stroke, kept between draws
-  std::vector<int> m_keep;                // samples of one pixel column that the outline keeps
+  ///@}
+  BOOL m_bResetAdaptation;                ///< the next intake snaps to the data
+  int m_nCurves;                          ///< curves in a row of m_samples
+  std::vector<Gdiplus::PointF> m_points;  ///< vertices of one stroke, kept between draws
+  std::vector<int> m_keep;                ///< samples of one pixel column that the outline keeps
+  /// About how many grid cells the X and the Y axis have.
+  ///@{
   int m_nXDivs;
   int m_nYDivs;
-  BOOL m_bAutoY;
-  BOOL m_bAutoX;
-  float m_fXMin;  // X axis labels at the left and right edge
+  ///@}
+  BOOL m_bAutoY;  ///< the Y range follows the data
+  BOOL m_bAutoX;  ///< the sample window follows the store; SetROI and SetROIAutoY end it
+  /// X axis labels at the left and right edge.
+  ///@{
+  float m_fXMin;
   float m_fXMax;
-  std::vector<int> m_rowOffsets;  // sample x of curve c is row (offset + x) mod S
-  std::vector<int> m_writePos;    // sweep write heads
-  // Strokes every sample as a vertex. By default a pen wider than a pixel
-  // strokes a pixel column of many samples as its outline (the samples where
-  // the curve first and last reaches each height), so its cost follows the
-  // columns; the picture stays within 8 levels of every vertex in more than
-  // 99.5 % of the drawn pixels.
+  ///@}
+  std::vector<int> m_rowOffsets;  ///< sample x of curve c is row (offset + x) mod S
+  std::vector<int> m_writePos;    ///< sweep write heads
+  /// Strokes every sample as a vertex. By default a pen wider than a pixel
+  /// strokes a pixel column of many samples as its outline (the samples where
+  /// the curve first and last reaches each height), so its cost follows the
+  /// columns; the picture stays within 8 levels of every vertex in more than
+  /// 99.5 % of the drawn pixels.
   BOOL m_bEverySample;
 
-  static int ms_nInstances;  // under the pen lock
-  static tagCurvePens* ms_pPens;  // under the pen lock; lives while a drawer does
+  /// \name What the user does with a graph (any thread)
+  /// The user's view changes only what is drawn, never the samples, the
+  /// host's ranges or its modes; ResetView brings the host's view back. While
+  /// a user's view holds, intake goes on into it and automatic ranges do not
+  /// move it.
+  ///@{
+
+  /// The view drawn now: the user's, else the host's.
+  tagPlotView GetView(void);
+  /// Draws from now on into the given view (one that orvek_view::Usable
+  /// refuses is ignored) and redraws axes and curves at once.
+  void SetView(const tagPlotView& view);
+  /// Back to the host's view, redrawn at once.
+  void ResetView(void);
+  /// Whether a user's view is drawn rather than the host's.
+  BOOL HasUserView(void);
+  /// A paused drawer draws a copy of the samples and ranges taken when it
+  /// paused: intake goes on into the store, and resuming redraws the newest.
+  void SetPaused(BOOL bPaused);
+  /// Whether the drawer is paused.
+  BOOL IsPaused(void);
+  /// Rebuilds the axes and every curve in the current bitmaps, for example
+  /// after they were made anew at another size.
+  void RedrawAll(void);
+  /// Names, colours, widths, visibility of single curves, and the scheme;
+  /// each redraws at once. A negative curve index or one of a million or more
+  /// is ignored.
+  void SetCurveStyle(int iCurve, const wchar_t* pszName, DWORD argb, float fWidth);
+  /// Shows or hides one curve.
+  void SetCurveVisible(int iCurve, BOOL bVisible);
+  /// The dark or the light ground; any other value is taken as dark.
+  void SetColorScheme(eColorScheme scheme);
+  /// The colour scheme drawn now.
+  eColorScheme GetColorScheme(void);
+  /// The style of a curve as it is drawn: its colour and width resolved.
+  tagCurveStyle GetCurveStyle(int iCurve);
+  /// The X axis value at a fraction of the plot's width, and the value of
+  /// each curve at the sample nearest to it (NaN where it has none); returns
+  /// how many curves there are, writing at most nMax values.
+  int ReadAt(double dFraction, double* pX, double* pValues, int nMax);
+  /// A value as an axis caption shows it, at the resolution of dStep.
+  CStringW FormatValue(double dValue, double dStep);
+  /// The samples of the view as comma-separated text: a header line, then
+  /// one line per sample with the X axis value and every curve.
+  CStringA ViewAsCsv(void);
+  /// The pixel step of the view: X and Y axis units per pixel.
+  void GetViewSteps(double* pXStep, double* pYStep);
+  ///@}
+
+  static int ms_nInstances;       ///< drawers alive, under the pen lock
+  static tagCurvePens* ms_pPens;  ///< under the pen lock; lives while a drawer does
 
  private:
   // The shared pen table, made on first use.
@@ -172,8 +263,51 @@ class ORVEK_API CGraphDrawer : public CGraphDrawerBase {
   // Lays the vertices of samples from to end - 1 of curve c into m_points,
   // with bOutline a dense pixel column as its outline; returns how many.
   int MapStroke(int c, int from, int end, int S, bool bOutline);
+
+  // What drawing reads besides the bitmaps: the samples, the host's view and
+  // the axis values at its edges. Live, or the copy a pause took.
+  struct tagDrawState {
+    std::vector<double> samples;
+    std::vector<int> rowOffsets;
+    int nCurves = 0;
+    tagPlotView host = {0, 0, 0, 0};
+    float xLabels[2] = {0, 0};
+    float yLabels[2] = {0, 0};
+    bool yIdentity = true;  // the Y axis reads data values (automatic Y)
+  };
+  // The axis values of a sample position and of a data value under a state.
+  static double XAxisValue(const tagDrawState& st, double x);
+  static double YAxisValue(const tagDrawState& st, double v);
+  // Makes the pens of styled curves and of the light scheme.
+  void RebuildPens(void);
+  // Draws the axes and curves after the host changed its ranges.
+  void DrawHostChange(void);
+  // The live state without its samples (they are read in place).
+  tagDrawState LiveState(void) const;
+  const tagDrawState& Frozen(void) const { return m_frozen; }
+  // The view to draw and the samples to draw it from.
+  tagPlotView DrawView(void) const;
+  const std::vector<double>& DrawSamples(void) const { return m_bPaused ? m_frozen.samples : m_samples; }
+  const std::vector<int>& DrawOffsets(void) const { return m_bPaused ? m_frozen.rowOffsets : m_rowOffsets; }
+  int DrawCurveCount(void) const { return m_bPaused ? m_frozen.nCurves : m_nCurves; }
+  // The axis values at the edges of the drawn view.
+  void ViewLabels(float* pX0, float* pX1, float* pY0, float* pY1) const;
+  const Gdiplus::Pen& CurvePen(int c, bool bHighlight) const;
+
+  float m_fYAxisMin;  // labels of the bottom and top row under SetROI
+  float m_fYAxisMax;
+  bool m_bUserView;
+  tagPlotView m_view;
+  bool m_bPaused;
+  tagDrawState m_frozen;
+  std::vector<tagCurveStyle> m_styles;
+  std::vector<Gdiplus::Pen> m_stylePens;  // normal, highlight per styled curve
+  eColorScheme m_scheme;
 };
 
+/// The intake is built into the library for the six sample types, so a host
+/// needs no template bodies.
+///@{
 extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetData<char>(char*, int, int, int, int);
 extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetData<short>(short*, int, int, int, int);
 extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetData<int>(int*, int, int, int, int);
@@ -201,3 +335,4 @@ extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistoryCircular<flo
 extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistoryCircular<double>(double*, int, int, int, int, int);
 extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistoryCircular<unsigned char>(unsigned char*, int, int,
                                                                                            int, int, int);
+///@}

@@ -3,6 +3,7 @@
 #include <QWidget>
 
 #include <algorithm>
+#include <cstdio>
 #include <limits>
 #include <memory>
 
@@ -12,6 +13,7 @@
 #include <orvek/platform/ui/Dc.h>
 #include <orvek/platform/ui/Wnd_p.h>
 #include <orvek/plotting/drawer/GraphDrawer.h>
+#include <orvek/plotting/windows/GraphInteraction_p.h>
 
 namespace {
 constexpr UINT_PTR kRedrawTimerId = 1;
@@ -21,9 +23,9 @@ constexpr UINT kDefaultPeriodMs = 40;
 constexpr long long kMaxPixels = 1LL << 28;
 }  // namespace
 
-CGraphWnd::CGraphWnd(void) : m_pDrawer(nullptr), m_nCurves(0), m_nHistory(0), m_nRedrawTimer(0), m_bNeedRedraw(0) {}
+CGraphWnd::CGraphWnd(void) : m_pDrawer(nullptr), m_nCurves(0), m_nHistory(0), m_nRedrawTimer(0), m_bNeedRedraw(0), m_pInteraction(nullptr) {}
 
-CGraphWnd::~CGraphWnd(void) = default;
+CGraphWnd::~CGraphWnd(void) { orvek_plot::DetachInteraction(m_pInteraction); }
 
 void CGraphWnd::Create(tagRECT rcWindow, CWnd* pParent, const wchar_t* pTitle, const wchar_t* pXName,
                        const wchar_t* pYName) {
@@ -61,6 +63,7 @@ void CGraphWnd::Create(tagRECT rcWindow, CWnd* pParent, const wchar_t* pTitle, c
   if (QWidget* w = GetQWidget()) {
     w->setAttribute(Qt::WA_OpaquePaintEvent);
     w->setAttribute(Qt::WA_NoSystemBackground);
+    if (!m_pInteraction) m_pInteraction = orvek_plot::AttachInteraction(this, w);
   }
   m_nRedrawTimer = SetTimer(kRedrawTimerId, kDefaultPeriodMs, nullptr);
 }
@@ -107,6 +110,8 @@ void CGraphWnd::Destroy(void) {
     if (token != 0) GdiplusShutdown(token);
   }
   KillRedrawTimer();
+  orvek_plot::DetachInteraction(m_pInteraction);
+  m_pInteraction = nullptr;
 }
 
 // ---- intake ----
@@ -208,11 +213,63 @@ void CGraphWnd::OnPaint(void) {
   CGraphDrawer* d = m_pDrawer;
   if (!d) return;  // destroyed: the window waits for its end
   CSingleLock lock(&d->m_csData, TRUE);
-  d->DrawPending();
+  // A paused picture keeps what is pending for the resume.
+  if (!d->IsPaused()) d->DrawPending();
   // The copy to the window stays under the lock as well: SetROI on a host
   // thread draws into the frame bitmap, and the copy is short.
   if (QPainter* painter = dc.GetPainter()) {
     std::unique_ptr<Gdiplus::Graphics> g = Gdiplus::GraphicsOnPainter(painter);
     g->DrawImage(d->m_pFrameBitmap, d->m_rcPlot.X, d->m_rcPlot.Y);
+    g.reset();
+    orvek_plot::PaintInteraction(m_pInteraction, painter);
   }
 }
+
+// ---- the user's view, from the host ----
+
+void CGraphWnd::SetPaused(BOOL bPaused) {
+  CSingleLock life(&m_csDrawer, TRUE);
+  if (!m_pDrawer) return;
+  m_pDrawer->SetPaused(bPaused);
+  InvalidateRect(nullptr, FALSE);
+}
+
+BOOL CGraphWnd::IsPaused(void) {
+  CSingleLock life(&m_csDrawer, TRUE);
+  return m_pDrawer ? m_pDrawer->IsPaused() : FALSE;
+}
+
+void CGraphWnd::ResetView(void) {
+  CSingleLock life(&m_csDrawer, TRUE);
+  if (!m_pDrawer) return;
+  m_pDrawer->ResetView();
+  InvalidateRect(nullptr, FALSE);
+}
+
+void CGraphWnd::SetCurveStyle(int iCurve, const wchar_t* pszName, DWORD argb, float fWidth) {
+  CSingleLock life(&m_csDrawer, TRUE);
+  if (!m_pDrawer) return;
+  m_pDrawer->SetCurveStyle(iCurve, pszName, argb, fWidth);
+  InvalidateRect(nullptr, FALSE);
+}
+
+void CGraphWnd::SetColorScheme(eColorScheme scheme) {
+  CSingleLock life(&m_csDrawer, TRUE);
+  if (!m_pDrawer) return;
+  m_pDrawer->SetColorScheme(scheme);
+  InvalidateRect(nullptr, FALSE);
+}
+
+LONG CGraphWnd::ExportData(const wchar_t* pszPath) {
+  if (!pszPath) return E_POINTER;
+  CSingleLock life(&m_csDrawer, TRUE);
+  if (!m_pDrawer) return E_FAIL;
+  const CStringA text = m_pDrawer->ViewAsCsv();
+  std::FILE* f = std::fopen(CStringA(pszPath).GetString(), "wb");
+  if (!f) return E_FAIL;
+  const std::size_t n = static_cast<std::size_t>(text.GetLength());
+  const bool written = std::fwrite(text.GetString(), 1, n, f) == n;
+  return std::fclose(f) == 0 && written ? S_OK : E_FAIL;
+}
+
+void CGraphWnd::EnableInteraction(BOOL bEnable) { orvek_plot::EnableInteraction(m_pInteraction, bEnable != 0); }

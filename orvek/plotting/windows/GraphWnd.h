@@ -7,8 +7,12 @@
 #include <orvek/platform/core/Types.h>
 #include <orvek/platform/ui/Wnd.h>
 #include <orvek/plotting/drawer/PlotElementTypes.h>
+#include <orvek/plotting/drawer/PlotView.h>
 
 class CGraphDrawer;
+namespace orvek_plot {
+class Interaction;
+}
 
 // Description of one graph window. The texts are copied by Create.
 struct tagGraphWndInfo {
@@ -71,6 +75,32 @@ class ORVEK_API CGraphWnd : public CWnd {
   // S_OK, or E_FAIL without a drawer or when the file cannot be written.
   ORVEK_RESULT LONG SaveImage(const wchar_t* pszPath);
 
+  // ---- beside the intake: what the user does with the mouse, the host can do too ----
+  // The mouse and keys: the wheel zooms X about the cursor (with Shift, Y), a
+  // left drag pans, a right drag (or Ctrl and left) zooms to the box, a double
+  // click or Home brings back the host's view, Space pauses, the right button
+  // opens a menu. Moving over the plot shows a crosshair and the values there.
+
+  /// Freezes the picture while intake goes on; resuming shows the newest
+  /// data. Any thread.
+  void SetPaused(BOOL bPaused);
+  /// TRUE while the picture is frozen.
+  BOOL IsPaused(void);
+  /// Brings back the host's view after the user zoomed or panned. Any thread.
+  void ResetView(void);
+  /// Names a curve (named curves get a legend entry the user can click to
+  /// hide or show it) and sets its colour (ARGB; 0 keeps the default) and
+  /// pen width in pixels (0 keeps the default). Any thread.
+  void SetCurveStyle(int iCurve, const wchar_t* pszName, DWORD argb, float fWidth);
+  /// The black ground (the default) or a light one. Any thread.
+  void SetColorScheme(eColorScheme scheme);
+  /// Writes the samples in view as comma-separated text, one column per
+  /// curve after the X value: S_OK, E_POINTER for a null path, E_FAIL
+  /// without a drawer or when the file cannot be written. Any thread.
+  ORVEK_RESULT LONG ExportData(const wchar_t* pszPath);
+  /// Mouse and keys on (the default) or off. Window's thread.
+  void EnableInteraction(BOOL bEnable);
+
   void OnPaint(void) override;
   void OnTimer(UINT nIDEvent) override;
 
@@ -88,6 +118,7 @@ class ORVEK_API CGraphWnd : public CWnd {
   // Held by SaveImage, which any thread may call, and by Destroy while it
   // takes the drawer away; taken before the drawer's own locks.
   CCriticalSection m_csDrawer;
+  orvek_plot::Interaction* m_pInteraction;  // owned; window's thread
 
   void SetRedrawTimer(float fRedrawRate);
   void KillRedrawTimer(void);

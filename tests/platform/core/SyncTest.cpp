@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -76,27 +77,17 @@ TEST(CriticalSection, HeldByAnEndedThreadIsNotOwnedByTheNextAtItsAddress) {
 
 TEST(CriticalSection, LockCreationErrorMapping) {
   // Out of memory becomes the memory exception, anything else carries the
-  // system error wrapped as a result code.
+  // system error wrapped as a result code: only its low 16 bits survive, and
+  // 8 (not enough memory) is not the out-of-memory code.
   EXPECT_THROW(ThrowLockCreationError(ERROR_OUTOFMEMORY), CMemoryException);
-  try {
-    ThrowLockCreationError(5);
-    ADD_FAILURE();
-  } catch (const CResultException& e) {
-    EXPECT_EQ(e.m_sc, E_ACCESSDENIED);
-  }
-  try {
-    ThrowLockCreationError(0x12345);  // only the low 16 bits survive
-    ADD_FAILURE();
-  } catch (const CResultException& e) {
-    EXPECT_EQ(static_cast<DWORD>(e.m_sc), 0x80072345u);
-  }
-  try {
-    ThrowLockCreationError(8);  // not enough memory, but not the out-of-memory code
-    ADD_FAILURE();
-  } catch (const CMemoryException&) {
-    ADD_FAILURE() << "8 is not E_OUTOFMEMORY";
-  } catch (const CResultException& e) {
-    EXPECT_EQ(static_cast<DWORD>(e.m_sc), 0x80070008u);
+  for (const auto& [error, sc] :
+       {std::pair<LONG, DWORD>{5, E_ACCESSDENIED}, {0x12345, 0x80072345u}, {8, 0x80070008u}}) {
+    try {
+      ThrowLockCreationError(error);
+      ADD_FAILURE() << error;
+    } catch (const CResultException& e) {
+      EXPECT_EQ(static_cast<DWORD>(e.m_sc), sc) << error;
+    }  // any other exception fails the test
   }
   // Both are framework exceptions and std::exceptions.
   EXPECT_THROW(ThrowLockCreationError(14), CException);

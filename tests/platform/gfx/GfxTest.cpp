@@ -155,3 +155,176 @@ TEST(Gfx, NonFinitePointsBreakThinLines) {
     EXPECT_NE(At(b, 33, 5), 0u) << bad;
   }
 }
+
+// Pixel centres lie on integer coordinates: a 1-pixel pen along one lights
+// that row or column alone, with or without antialiasing, through every call
+// that draws lines, at ratio 1 and 2 (logical pixels read back as the mean
+// of their physical ones).
+TEST(Gfx, ThinPensLightWholePixels) {
+  const Pen pen(Color(0xFFFFFFFFu), 1.0f);
+  for (const REAL ratio : {1.0f, 2.0f})
+    for (const SmoothingMode mode : {SmoothingModeNone, SmoothingModeAntiAlias})
+      for (int call = 0; call < 3; ++call) {
+        SCOPED_TRACE(testing::Message() << "ratio " << ratio << ", mode " << mode << ", call " << call);
+        Bitmap b(24, 20, PixelFormat32bppRGB, ratio);
+        Graphics g(&b);
+        g.SetSmoothingMode(mode);
+        if (call == 0) {
+          ASSERT_EQ(g.DrawLine(&pen, 2, 10, 20, 10), Ok);
+          ASSERT_EQ(g.DrawLine(&pen, 6, 1, 6, 18), Ok);
+        } else if (call == 1) {
+          const PointF h[] = {PointF(2, 10), PointF(20, 10)}, v[] = {PointF(6, 1), PointF(6, 18)};
+          ASSERT_EQ(g.DrawLines(&pen, h, 2), Ok);
+          ASSERT_EQ(g.DrawLines(&pen, v, 2), Ok);
+        } else {
+          ASSERT_EQ(g.DrawRectangle(&pen, 6, 10, 14, 5), Ok);  // rows 10 and 15, columns 6 and 20
+        }
+        for (int x = 7; x < 20; ++x) {
+          EXPECT_EQ(At(b, x, 10), 0xFFFFFFu) << x;
+          EXPECT_EQ(At(b, x, 9), 0u) << x;
+          EXPECT_EQ(At(b, x, 11), 0u) << x;
+        }
+        for (int y = 11; y < 15; ++y) {
+          EXPECT_EQ(At(b, 6, y), 0xFFFFFFu) << y;
+          EXPECT_EQ(At(b, 5, y), 0u) << y;
+          EXPECT_EQ(At(b, 7, y), 0u) << y;
+          EXPECT_EQ(At(b, 20, y), call == 2 ? 0xFFFFFFu : 0u) << y;
+        }
+        if (call == 2) {
+          for (const int x : {6, 20})
+            for (const int y : {10, 15}) EXPECT_EQ(At(b, x, y), 0xFFFFFFu) << x << "," << y;  // full corners
+          EXPECT_EQ(At(b, 21, 12), 0u);
+          EXPECT_EQ(At(b, 13, 16), 0u);
+        }
+      }
+}
+
+// A dotted 1-pixel pen is one pixel on, one off, from the line's start.
+TEST(Gfx, DotsAreOneOnOneOff) {
+  Pen dots(Color(0xFFFFFFFFu), 1.0f);
+  ASSERT_EQ(dots.SetDashStyle(DashStyleDot), Ok);
+  for (const SmoothingMode mode : {SmoothingModeNone, SmoothingModeAntiAlias}) {
+    Bitmap b(32, 32);
+    Graphics g(&b);
+    g.SetSmoothingMode(mode);
+    g.DrawLine(&dots, 2, 5, 30, 5);
+    g.DrawLine(&dots, 9, 2, 9, 30);
+    for (int i = 4; i < 28; ++i) {
+      EXPECT_EQ(At(b, i, 5), i % 2 == 0 ? 0xFFFFFFu : 0u) << mode << ": " << i;
+      EXPECT_EQ(At(b, 9, i), i % 2 == 0 ? 0xFFFFFFu : 0u) << mode << ": " << i;
+    }
+  }
+}
+
+// Pens of 2 pixels and more keep the picture they had when the thin pens
+// moved onto the pixel grid (a checksum of that picture).
+TEST(Gfx, WidePensKeepTheirPicture) {
+  Bitmap b(64, 48);
+  {
+    Graphics g(&b);
+    g.Clear(Color(0xFF203040u));
+    PointF wave[40];
+    for (int i = 0; i < 40; ++i) wave[i] = PointF(2.0f + i * 1.5f, 24.0f + 15.0f * std::sin(i * 0.5f));
+    for (int aa = 0; aa < 2; ++aa) {
+      g.SetSmoothingMode(aa ? SmoothingModeAntiAlias : SmoothingModeNone);
+      for (const REAL w : {2.0f, 3.0f}) {
+        const Pen pen(Color(aa ? 0xC080FF00u : 0xFFFF5A00u), w);
+        g.DrawLines(&pen, wave, 40);
+        g.DrawLine(&pen, 3 + aa, 5, 60, 40 - aa);
+        g.DrawLine(&pen, 4.0f, 44.0f - aa, 50.5f, 2.0f);
+        g.DrawRectangle(&pen, 6 + 3 * aa, 6 + 2 * aa, 40, 30);
+      }
+    }
+  }
+  unsigned h = 2166136261u;
+  for (int y = 0; y < 48; ++y)
+    for (int x = 0; x < 64; ++x) h = (h ^ At(b, x, y)) * 16777619u;
+  EXPECT_EQ(h, 0x6AA5F093u);
+}
+
+// A bitmap at a device pixel ratio: logical size and coordinates everywhere,
+// physical pixels in storage and in the PNG. The same drawing at ratio 2
+// averages, block by block, to the drawing at ratio 1, with sharper edges
+// than a doubling of it would have.
+TEST(Gfx, DevicePixelRatio) {
+  for (const REAL bad : {0.0f, -1.0f, std::nanf(""), INFINITY})
+    EXPECT_EQ(Bitmap(10, 10, PixelFormat32bppRGB, bad).GetLastStatus(), InvalidParameter) << bad;
+  const int W = 90, H = 60;
+  Bitmap one(W, H), two(W, H, PixelFormat32bppRGB, 2.0f), unit(W, H, PixelFormat32bppRGB, 1.0f);
+  ASSERT_EQ(two.GetLastStatus(), Ok);
+  EXPECT_EQ(two.GetWidth(), static_cast<UINT>(W));
+  EXPECT_EQ(two.GetHeight(), static_cast<UINT>(H));
+  EXPECT_EQ(two.GetDevicePixelRatio(), 2.0f);
+  EXPECT_EQ(one.GetDevicePixelRatio(), 1.0f);
+  EXPECT_EQ(QtImage(&two)->size(), QSize(2 * W, 2 * H));
+  Bitmap odd(5, 3, PixelFormat32bppRGB, 1.5f);  // physical sizes round up
+  EXPECT_EQ(QtImage(&odd)->size(), QSize(8, 5));
+  EXPECT_EQ(odd.GetWidth(), 5u);
+  ASSERT_EQ(odd.SetPixel(3, 1, Color(0xFF123456u)), Ok);  // physical columns 4 and 5, row 1
+  EXPECT_EQ(QtImage(&odd)->pixel(5, 1), 0xFF123456u);
+  Bitmap oddCopy(5, 3, PixelFormat32bppRGB, 1.5f);
+  ASSERT_EQ(Graphics(&oddCopy).DrawImage(&odd, 0, 0), Ok);
+  EXPECT_EQ(*QtImage(&oddCopy), *QtImage(&odd));
+  EXPECT_EQ(QtImage(&one)->size(), QSize(W, H));
+  const auto draw = [&](Bitmap& b) {
+    Graphics g(&b);
+    g.Clear(Color(0xFF102030u));
+    g.SetSmoothingMode(SmoothingModeAntiAlias);
+    std::vector<PointF> wave;
+    for (int i = 0; i < 80; ++i) wave.push_back(PointF(4.0f + i, 30.0f + 20.0f * std::sin(i * 0.15f)));
+    const Pen wide(Color(0xC0FF5A00u), 2.0f), thin(Color(0xFF00FFFFu), 1.0f);
+    g.DrawLines(&wide, wave.data(), static_cast<INT>(wave.size()));
+    g.DrawLine(&thin, 3.0f, 55.0f, 85.0f, 8.0f);
+    g.DrawRectangle(&thin, 1, 1, W - 3, H - 3);
+    const Font font(FontFamily::GenericSansSerif(), 9.0f);
+    const SolidBrush white(Color(0xFFFFFFFFu));
+    g.DrawString(L"Hg 42", -1, &font, RectF(8, 36, 0, 0), &white);
+    g.SetClip(Rect(60, 0, 20, H));
+    g.DrawLines(&wide, wave.data(), static_cast<INT>(wave.size()));  // twice, inside the clip only
+  };
+  draw(one);
+  draw(two);
+  draw(unit);
+  EXPECT_EQ(*QtImage(&unit), *QtImage(&one));
+  const QImage& big = *QtImage(&two);
+  int uneven = 0, far = 0;
+  double error = 0;
+  for (int y = 0; y < H; ++y)
+    for (int x = 0; x < W; ++x) {
+      const QRgb q[4] = {big.pixel(2 * x, 2 * y), big.pixel(2 * x + 1, 2 * y), big.pixel(2 * x, 2 * y + 1),
+                         big.pixel(2 * x + 1, 2 * y + 1)};
+      uneven += !(q[0] == q[1] && q[0] == q[2] && q[0] == q[3]);
+      DWORD mean = 0;
+      for (int s = 0; s <= 16; s += 8) {
+        int sum = 0;
+        for (const QRgb p : q) sum += (p >> s) & 0xFF;
+        mean |= static_cast<DWORD>((sum + 2) / 4) << s;
+        const int e = std::abs((sum + 2) / 4 - static_cast<int>((At(one, x, y) >> s) & 0xFF));
+        error += e;
+        far += e > 24;
+      }
+      ASSERT_EQ(At(two, x, y), mean);  // a logical pixel reads as its block's mean
+    }
+  EXPECT_LT(error / (W * H * 3), 4.0);  // mean difference per channel
+  EXPECT_LT(far, W * H * 3 / 50);       // text differs most: glyphs are hinted at each size
+  EXPECT_GT(uneven, 300);
+  // Copies take their source in logical pixels and keep the logical size.
+  Bitmap copy(W, H, PixelFormat32bppRGB, 2.0f), flat(W, H);
+  {
+    Graphics g(&copy);
+    ASSERT_EQ(g.DrawImage(&two, 0, 0), Ok);
+    Graphics f(&flat);
+    ASSERT_EQ(f.DrawImage(&two, 20, 10, 30, 20, 10, 5, UnitPixel), Ok);
+  }
+  EXPECT_EQ(*QtImage(&copy), big);
+  EXPECT_EQ(At(flat, 19, 12), 0u);
+  EXPECT_EQ(At(flat, 30, 12), 0u);
+  for (int x = 20; x < 30; ++x) EXPECT_EQ(QtImage(&flat)->pixel(x, 12), big.pixel(2 * (x + 10), 2 * 22)) << x;
+  // Pixels are set a logical one at a time; the PNG has the physical ones.
+  ASSERT_EQ(copy.SetPixel(3, 4, Color(0xFFABCDEFu)), Ok);
+  EXPECT_EQ(QtImage(&copy)->pixel(7, 9), 0xFFABCDEFu);
+  EXPECT_EQ(copy.SetPixel(W, 0, Color()), InvalidParameter);
+  const std::string path = std::string(ORVEK_TEST_BINARY_DIR) + "/gfx_ratio.png";
+  ASSERT_EQ(copy.SavePng(path.c_str()), Ok);
+  EXPECT_EQ(QImage(QString::fromStdString(path)).convertToFormat(QImage::Format_RGB32).size(), QSize(2 * W, 2 * H));
+}

@@ -2,6 +2,8 @@
 
 #include <QImage>
 #include <QPainter>
+#include <QPainterPath>
+#include <QPainterPathStroker>
 #include <QPen>
 
 #include <algorithm>
@@ -109,7 +111,7 @@ TEST(Render, CurvesHighlightsAndStrips) {
   // One data unit per row: value v lies on row 300 - v.
   Graph g(400, 301);
   g.d.SetROI(0, 100, 0, 99, 5, 0.0, 300.0, 0, 300, 4);
-  const double values[3] = {200.0, 100.0, 149.5};
+  const double values[3] = {200.0, 100.0, 150.0};
   for (int c = 0; c < 3; ++c) {
     std::vector<double> flat(100, values[c]);
     g.d.SetData(flat.data(), 100, 1, c, 3);
@@ -124,9 +126,9 @@ TEST(Render, CurvesHighlightsAndStrips) {
     }
     return bad;
   };
-  // 2-pixel pens on rows 99 and 100 and 199 and 200; the 1-pixel pen (Qt's
-  // own thin line, a little dimmer at its vertices) on row 150; the rows
-  // around them untouched.
+  // 2-pixel pens on rows 99 and 100 and 199 and 200; the 1-pixel pen lights
+  // row 150 whole, pixel centres being on whole coordinates; the rows around
+  // them untouched.
   for (int row : {99, 100}) EXPECT_EQ(expectRows(10, 390, row, kNormal[0], 0), 0) << row;
   for (int row : {199, 200}) EXPECT_EQ(expectRows(10, 390, row, kNormal[1], 0), 0) << row;
   for (int x = 10; x < 390; ++x) {
@@ -224,8 +226,22 @@ TEST(Render, FastStrokesMatchTheWholePolyline) {
         const float py = static_cast<float>((H - 1) - (v - static_cast<float>(yMin)) * (H - 1) / (yMax - yMin));
         line << QPointF(px, py);
       }
-      p.setPen(QtPen(Pen(Color(kNormal[c]), c == 2 ? 1.0f : 2.0f)));
-      p.drawPolyline(line);
+      if (c < 2) {
+        p.setPen(QtPen(Pen(Color(kNormal[c]), 2.0f)));
+        p.drawPolyline(line);
+        continue;
+      }
+      // The 1-pixel pen as one filled outline on the grid of whole-pixel
+      // centres: Qt's own thin polyline shades each segment apart.
+      QPainterPath path;
+      path.addPolygon(line);
+      QPainterPathStroker stroker;
+      stroker.setWidth(1.0);
+      stroker.setCapStyle(Qt::FlatCap);
+      stroker.setJoinStyle(Qt::BevelJoin);
+      QPainterPath outline = stroker.createStroke(path).translated(0.5, 0.5);
+      outline.setFillRule(Qt::WindingFill);
+      p.fillPath(outline, QColor::fromRgba(kNormal[c]));
     }
   }
   ASSERT_EQ(reference.SavePng(Out("plot_frame_reference.png").c_str()), Ok);
@@ -319,4 +335,120 @@ TEST(Render, ColumnOutlinesMatchEverySample) {
       }
     }
   }
+}
+
+namespace {
+
+QImage Copy(Bitmap& b) { return QtImage(&b)->copy(); }
+
+// The middle of what the first curve's pen covers in one column, weighted by
+// its green; -1 where it does not pass.
+double CurveRow(Bitmap& b, int x) {
+  double sum = 0, weight = 0;
+  for (int y = 0; y < static_cast<int>(b.GetHeight()); ++y) {
+    const std::uint32_t p = Px(b, x, y);
+    if ((p & 0xFF) > 0x20 || ((p >> 8) & 0xFF) < 0x20) continue;  // not the green pen
+    sum += y * static_cast<double>((p >> 8) & 0xFF);
+    weight += (p >> 8) & 0xFF;
+  }
+  return weight > 0 ? sum / weight : -1;
+}
+
+}  // namespace
+
+TEST(Render, UserViewZoomsWithoutTouchingTheHostsState) {
+  // A step: 0.5 for samples 0 to 49, -0.5 for 50 to 99; one data unit per 100 rows.
+  Graph g(200, 201);
+  g.d.SetROI(0, 100, 0, 99, 5, -1.0, 1.0, -10, 10, 4);
+  std::vector<double> step(100, 0.5);
+  std::fill(step.begin() + 50, step.end(), -0.5);
+  g.d.SetData(step.data(), 100, 1, 0, 1);
+  g.Paint();
+  const QImage host = Copy(g.frame), hostAxes = Copy(g.axes);
+  const tagPlotView hostView = g.d.GetView();
+  EXPECT_TRUE(hostView.dFirst == 0 && hostView.dLast == 99 && hostView.dBottom == -1 && hostView.dTop == 1);
+  EXPECT_NEAR(150, CurveRow(g.frame, 150), 0.6);  // -0.5 at the right
+
+  g.d.SetView({0, 49, -1, 1});  // the first half fills the plot
+  EXPECT_TRUE(g.d.HasUserView());
+  EXPECT_NEAR(50, CurveRow(g.frame, 150), 0.6);
+  EXPECT_NE(hostAxes, *QtImage(&g.axes)) << "the X captions follow the view";
+  g.d.SetView({0, 99, 0, 1});  // the upper half: 0.5 on the middle row, -0.5 below the plot
+  EXPECT_NEAR(100, CurveRow(g.frame, 20), 0.6);
+  EXPECT_EQ(-1, CurveRow(g.frame, 150));
+  g.d.SetView({0, 99, std::nan(""), 1});  // refused: the view stays
+  EXPECT_EQ(0.0, g.d.GetView().dBottom);
+  EXPECT_TRUE(g.d.m_iXFrom == 0 && g.d.m_iXTo == 100 && g.d.m_dYMin == -1.0 && g.d.m_dYMax == 1.0 && !g.d.m_bAutoY);
+
+  // Readout in the axes' units: sample x reads x, a value v reads 10 v.
+  double x = 0, values[2] = {0, 0};
+  EXPECT_EQ(1, g.d.ReadAt(0.5, &x, values, 2));
+  EXPECT_DOUBLE_EQ(49.5, x);
+  EXPECT_DOUBLE_EQ(-5.0, values[0]);  // the nearest sample is 50
+  EXPECT_EQ(1, g.d.ReadAt(2.0, &x, values, 2));
+  EXPECT_TRUE(std::isnan(values[0])) << "no sample beyond the store";
+  EXPECT_STREQ(L"4.95", g.d.FormatValue(4.95, 0.05).GetString());
+  EXPECT_STREQ(L"-", g.d.FormatValue(std::nan(""), 0.05).GetString());
+
+  g.d.ResetView();
+  EXPECT_FALSE(g.d.HasUserView());
+  EXPECT_EQ(host, *QtImage(&g.frame)) << "the host's view comes back pixel for pixel";
+  EXPECT_EQ(hostAxes, *QtImage(&g.axes));
+
+  // Automatic ranges move the host's view, never the user's.
+  g.d.SetROIAutoY(0, 100, 0, 99, 5, 4);
+  g.d.SetView({10, 20, -2, 2});
+  const double top = g.d.m_dYMax;
+  std::vector<double> big(100, 40.0);
+  g.d.SetData(big.data(), 100, 1, 0, 1);
+  g.Paint();
+  EXPECT_GT(g.d.m_dYMax, top + 1.0);
+  const tagPlotView v = g.d.GetView();
+  EXPECT_TRUE(v.dFirst == 10 && v.dLast == 20 && v.dBottom == -2 && v.dTop == 2);
+}
+
+TEST(Render, PauseDrawsTheCopyAndExportsItByteForByte) {
+  Graph g(120, 80);
+  g.d.SetROI(0, 3, 0, 2, 2, 0.0, 10.0, 0, 10, 2);
+  double first[6] = {1, 4, 2, 5, 3, 6};  // two curves, row by row
+  g.d.SetData(first, 3, 2, 0, 2);
+  g.d.SetData(first + 1, 3, 2, 1, 2);
+  g.d.SetCurveStyle(0, L"a,\"b\"", 0, 0);
+  g.d.SetPaused(TRUE);
+  const QImage paused = Copy(g.frame);
+  double later[6] = {9, 9, 9, 9, 9, 9};
+  g.d.SetData(later, 3, 2, 0, 2);
+  EXPECT_TRUE(g.d.IsPaused());
+  EXPECT_EQ(1, g.d.m_bDataPending) << "the intake went on and waits for the resume";
+  const char* csv = "x,\"a,\"\"b\"\"\",curve 2\n0,1,4\n1,2,5\n2,3,6\n";
+  EXPECT_STREQ(csv, g.d.ViewAsCsv().GetString());
+  g.d.SetView({0, 2, 0, 10});  // a redraw while paused still draws the copy
+  EXPECT_EQ(paused, *QtImage(&g.frame));
+  g.d.SetPaused(FALSE);
+  EXPECT_NE(paused, *QtImage(&g.frame));
+  EXPECT_STREQ("x,\"a,\"\"b\"\"\",curve 2\n0,9,4\n1,9,5\n2,9,6\n", g.d.ViewAsCsv().GetString());
+  EXPECT_EQ(0, g.d.m_bDataPending);
+}
+
+TEST(Render, CurveStylesVisibilityAndLightScheme) {
+  Graph g(200, 101);
+  g.d.SetROI(0, 100, 0, 99, 5, 0.0, 100.0, 0, 100, 4);
+  std::vector<double> flat(100, 50.0);
+  g.d.SetData(flat.data(), 100, 1, 0, 1);
+  g.d.SetCurveStyle(0, L"volts", 0xFFFF0000u, 3.0f);
+  const tagCurveStyle st = g.d.GetCurveStyle(0);
+  EXPECT_TRUE(st.argb == 0xFFFF0000u && st.fWidth == 3.0f && st.sName == L"volts" && !st.bHidden);
+  EXPECT_EQ(0xFF0000u, Px(g.frame, 100, 50));
+  g.d.SetCurveVisible(0, FALSE);
+  EXPECT_EQ(Px(g.axes, 100, 50), Px(g.frame, 100, 50));
+  g.d.SetCurveVisible(0, TRUE);
+  g.d.SetCurveStyle(0, nullptr, 0, std::nanf(""));  // back to the default pen
+  EXPECT_EQ(kNormal[0], g.d.GetCurveStyle(0).argb);
+  EXPECT_EQ(2.0f, g.d.GetCurveStyle(0).fWidth);
+  for (int bad : {-1, 1000000}) g.d.SetCurveStyle(bad, L"x", 1, 1);  // ignored
+  EXPECT_EQ(0xC0008000u, (g.d.SetColorScheme(eSchemeLight), g.d.GetCurveStyle(0).argb));
+  EXPECT_EQ(0xFFFFFFu, Px(g.axes, 100, 20)) << "a light ground";
+  int frame = 0;
+  for (int y = 0; y < 101; ++y) frame += Px(g.axes, 0, y) == 0x404040u;
+  EXPECT_GT(frame, 80) << "a dark frame";
 }

@@ -21,7 +21,7 @@ TEST(GraphsWindowStress, CloseWhileFeeding) {
     for (int i = 0; i < 4; ++i) info[i] = tagGraphWndInfo{{0, 0, 220, 140}, L"feed", L"n", L"v", i == 3 ? 2 : 1};
     auto* w = new CGraphsWindow;
     ASSERT_EQ(1, w->Create(info, 4, nullptr, 100.0f));
-    w->SetROIAutoY(1, 0, 512, 0, 1, 4, 4);
+    EXPECT_EQ(S_OK, w->SetROIAutoY(1, 0, 512, 0, 1, 4, 4));
     w->ShowWindow();
 
     std::atomic<int> finished{0};

@@ -147,7 +147,7 @@ TEST(DialogInteraction, CheckBoxAndListAnswerClicksAndPicks) {
   auto* combo = static_cast<QComboBox*>(dlg.C(1).list.GetQWidget());
   EXPECT_EQ(1, dlg.C(1).list.GetCurSel());  // -2.7 truncates to -2
   journal.entries.clear();
-  dlg.SaveParamValues(TestFile("pick.ini").c_str());
+  ASSERT_EQ(S_OK, dlg.SaveParamValues(TestFile("pick.ini").c_str()));
   PickRow(combo, 1);
   EXPECT_EQ(-2, mode);
   EXPECT_TRUE(dlg.IsDirty());

@@ -230,7 +230,7 @@ TEST(DialogValueFiles, LoadFromAnotherThreadReportsThereUnderTheDialogsLock) {
   std::thread::id loader;
   std::thread worker([&] {
     loader = std::this_thread::get_id();
-    dlg.LoadParamValues(path.c_str());
+    EXPECT_EQ(S_OK, dlg.LoadParamValues(path.c_str()));
     done = true;
   });
   const bool finished = WaitFor([&] { return done.load(); }, 5000);  // the refresh runs meanwhile

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <climits>
 
 #include <orvek/frame/OrvekGlobals.h>
 #include <orvek/platform/core/Kernel_p.h>
@@ -74,8 +75,9 @@ bool waitFlag(const std::atomic<bool>& flag) {
 TEST(ThreadControl, StartPostQuit) {
   Worker w;
   CThreadControl tc;
-  EXPECT_EQ(tc.PostMessageW(WM_USER, 0, 0), E_PENDING);
+  EXPECT_EQ(tc.PostMessageW(WM_USER, UINT_MAX, INT_MIN), E_PENDING);
   EXPECT_EQ(tc.Close(0), S_OK);
+  EXPECT_EQ(tc.Close(INFINITE), S_OK);  // no thread: nothing to wait for
   ASSERT_EQ(tc.Init(loopBody, &w, THREAD_PRIORITY_BELOW_NORMAL), S_OK);
   EXPECT_EQ(tc.Init(loopBody, &w, THREAD_PRIORITY_NORMAL), ERROR_ALREADY_INITIALIZED);
   EXPECT_NE(tc.GetThreadID(), 0u);
@@ -103,8 +105,12 @@ TEST(ThreadControl, CloseWithoutWaitingAndRefusedPriority) {
   EXPECT_EQ(tc.GetThreadID(), 0u);
 
   // A refused priority abandons the thread before its body runs and leaves
-  // the object free.
-  EXPECT_EQ(tc.Init(loopBody, &refused, 99), E_FAIL);
+  // the object free; so does a missing body.
+  for (int priority : {99, 3, INT_MIN, INT_MAX}) {
+    EXPECT_EQ(tc.Init(loopBody, &refused, priority), E_FAIL) << priority;
+    EXPECT_EQ(tc.GetHandle(), INVALID_HANDLE_VALUE);
+  }
+  EXPECT_EQ(tc.Init(nullptr, &refused, THREAD_PRIORITY_NORMAL), E_FAIL);
   EXPECT_EQ(tc.GetHandle(), INVALID_HANDLE_VALUE);
   EXPECT_EQ(refused.ran, 0);
 
@@ -198,7 +204,7 @@ TEST(MessagePoster, TimedOutCloseKeepsTheThreadUntilItEnds) {
   EXPECT_EQ(m.message, WM_USER + 21);
   EXPECT_EQ(poster.Close(), S_OK);
   // A period that no timer can take is refused.
-  EXPECT_EQ(poster.Init(0x80000000u), E_INVALIDARG);
+  for (DWORD period : {0x80000000u, 0xFFFFFFFFu}) EXPECT_EQ(poster.Init(period), E_INVALIDARG) << period;
 }
 
 TEST(MessagePoster, KeepsQueueOrderAndWaitsForTheTick) {
@@ -234,6 +240,13 @@ TEST(MessagePoster, KeepsQueueOrderAndWaitsForTheTick) {
     EXPECT_LT(since(t1, a.time), 400u);
     EXPECT_GE(since(t1, b.time), 500u);
     EXPECT_EQ(poster.Close(), S_OK);
+  }
+  {
+    // Before Init, posts of any delay or target only queue.
+    CMessagePoster unstarted;
+    unstarted.PostMessageW(INFINITE, nullptr, 0, 0, 0);
+    unstarted.PostThreadMessageW(INFINITE, 0, UINT_MAX, UINT_MAX, INT_MIN);
+    EXPECT_EQ(unstarted.Close(), S_OK);
   }
   {
     // A delay of 0 still waits for the next tick of the period.

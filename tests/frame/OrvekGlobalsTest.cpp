@@ -1,5 +1,5 @@
 // The static helpers for files, paths, text, byte search, numbered names,
-// ticks and list comparison.
+// ticks, list comparison and the enumeration of orders and arrangements.
 #include <orvek/frame/OrvekGlobals.h>
 #include <orvek/platform/core/File.h>
 #include <orvek/platform/core/Kernel.h>
@@ -9,10 +9,12 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <climits>
 #include <cstdlib>
 #include <fstream>
+#include <set>
 #include <string>
 
 namespace {
@@ -85,7 +87,7 @@ TEST(Files, MissingFilesBusyFilesAndBadInput) {
   int size = 1234;
   EXPECT_EQ(COrvekGlobals::ReadFromFile(f.name.c_str(), nullptr, &size), 0);
   EXPECT_EQ(size, 1234);  // untouched
-  char buf[4];
+  char buf[4] = {'x', 'x', 'x', 'x'};
   EXPECT_EQ(COrvekGlobals::ReadFromFile(static_cast<const char*>(nullptr), buf, &size), 0);
   EXPECT_EQ(COrvekGlobals::ReadFromFile(static_cast<const wchar_t*>(nullptr), buf, &size), 0);
   EXPECT_EQ(COrvekGlobals::ReadFromFile(f.name.c_str(), buf, nullptr), 0);
@@ -100,10 +102,15 @@ TEST(Files, MissingFilesBusyFilesAndBadInput) {
     EXPECT_EQ(COrvekGlobals::ReadFromFile(f.name.c_str(), nullptr, &size), 0);
   }
   EXPECT_EQ(contents(f.full), "held");
+  size = -5;  // a negative size reads nothing
+  EXPECT_EQ(COrvekGlobals::ReadFromFile(f.name.c_str(), buf, &size), 1);
+  EXPECT_EQ(size, 0);
+  EXPECT_EQ(buf[0], 'x');
 
   EXPECT_EQ(COrvekGlobals::WriteToFile(static_cast<const char*>(nullptr), "x", 1, 0), E_FAIL);
   EXPECT_EQ(COrvekGlobals::WriteToFile(f.name.c_str(), nullptr, 4, 0), E_FAIL);
   EXPECT_EQ(COrvekGlobals::WriteToFile(f.name.c_str(), "x", -1, 0), E_FAIL);
+  EXPECT_EQ(COrvekGlobals::WriteToFile(f.name.c_str(), "x", INT_MIN, 0), E_FAIL);
   EXPECT_EQ(COrvekGlobals::WriteToFile("no_such_folder_here/x.bin", "x", 1, 1), E_FAIL);
   EXPECT_EQ(contents(f.full), "held");
   // A write error passes through to the caller as the file exception. Another
@@ -183,6 +190,7 @@ TEST(Text, WideAndNarrowVectors) {
   EXPECT_EQ(COrvekGlobals::ANSIToUnicode(&invalid, &again), S_OK);
   EXPECT_EQ(again, L"a\xFFFD");
   EXPECT_EQ(COrvekGlobals::UnicodeToANSI(nullptr, &narrow), S_OK);
+  EXPECT_EQ(COrvekGlobals::UnicodeToANSI(nullptr, nullptr), S_OK);
 }
 
 TEST(Search, FindByteSequence) {
@@ -209,7 +217,8 @@ TEST(Search, FindByteSequence) {
   EXPECT_EQ(COrvekGlobals::FindByteSequence(data, 8, nullptr, 2, &pos, 1), E_POINTER);
   EXPECT_EQ(COrvekGlobals::FindByteSequence(data, 8, seq, 2, nullptr, 1), E_POINTER);
   // dataSize, sequenceSize, step: zero, negative, or data shorter than the sequence.
-  for (auto [d, q, st] : {std::array<int, 3>{8, 2, 0}, {8, 2, -1}, {0, 2, 1}, {-8, 2, 1}, {8, 0, 1}, {8, -2, 1}, {1, 2, 1}})
+  for (auto [d, q, st] :
+       {std::array<int, 3>{8, 2, 0}, {8, 2, -1}, {0, 2, 1}, {-8, 2, 1}, {8, 0, 1}, {8, -2, 1}, {1, 2, 1}})
     EXPECT_EQ(COrvekGlobals::FindByteSequence(data, d, seq, q, &pos, st), E_INVALIDARG) << d << " " << q << " " << st;
   EXPECT_EQ(pos, 99);
   // A huge step ends the search instead of overflowing.
@@ -246,7 +255,8 @@ TEST(Search, GetNewIndexFileNameFillsGaps) {
   EXPECT_EQ(COrvekGlobals::GetNewIndexFileName(&format, nullptr, 3), E_POINTER);
   EXPECT_EQ(COrvekGlobals::GetNewIndexFileName(&format, &result, -1), E_FAIL);
   // Only a format with one integer placeholder is used.
-  for (CStringW bad : {L"plain.txt", L"%s.txt", L"%d_%d.txt", L"%*d.txt", L"%ld", L"100%"})
+  for (CStringW bad :
+       {L"plain.txt", L"%s.txt", L"%d_%d.txt", L"%*d.txt", L"%ld", L"100%", L"n%999999999d", L"n%2147483648d"})
     EXPECT_EQ(COrvekGlobals::GetNewIndexFileName(&bad, &result, 3), E_FAIL) << CStringA(bad).GetString();
   CStringW percent((dir + "/100%%_%d").c_str());
   ASSERT_EQ(COrvekGlobals::GetNewIndexFileName(&percent, &result, 3), S_OK);
@@ -259,21 +269,11 @@ TEST(Ticks, ElapsedAcrossTheWrap) {
   EXPECT_EQ(COrvekGlobals::GetTicksElapsed(0, 0xFFFFFFFFu), 0u);
   EXPECT_EQ(COrvekGlobals::GetTicksElapsed(1, 0xFFFFFFFFu), 1u);
   EXPECT_EQ(COrvekGlobals::GetTicksElapsed(10, 0xFFFFFFF0u), 25u);
-
-  // With the real counter placed just before its wrap.
-  OrvekSetTickCountOffset(0xFFFFFFFFu - 20u - (GetTickCount()));
-  const ULONG start = GetTickCount();
-  Sleep(60);
-  const ULONG now = GetTickCount();
-  OrvekSetTickCountOffset(0);
-  ASSERT_LT(now, start);
-  const ULONG elapsed = COrvekGlobals::GetTicksElapsed(now, start);
-  EXPECT_GE(elapsed, 59u);
-  EXPECT_LT(elapsed, 60000u);
 }
 
 TEST(Lists, CompareLists) {
   std::vector<int> a, b;
+  EXPECT_EQ(COrvekGlobals::CompareLists<int>(nullptr, nullptr), 0);
   EXPECT_EQ(COrvekGlobals::CompareLists<int>(&a, &b), 0);
   b = {1};
   EXPECT_EQ(COrvekGlobals::CompareLists<int>(&a, &b), 1);  // a ended first
@@ -290,6 +290,86 @@ TEST(Lists, CompareLists) {
   EXPECT_EQ(COrvekGlobals::CompareLists<int>(&b, &a), 1);
   b = {0, 9, 9, 9};
   EXPECT_EQ(COrvekGlobals::CompareLists<int>(&a, &b), 1);
+}
+
+using Orders = std::vector<std::vector<int>>;
+
+TEST(Variants, PlaceVariantsInLexicographicOrder) {
+  Orders v;
+  EXPECT_EQ(COrvekGlobals::GetPlaceVariants(3, &v), S_OK);
+  EXPECT_EQ(v, (Orders{{0, 1, 2}, {0, 2, 1}, {1, 0, 2}, {1, 2, 0}, {2, 0, 1}, {2, 1, 0}}));
+
+  Orders zero, one;
+  EXPECT_EQ(COrvekGlobals::GetPlaceVariants(0, &zero), S_OK);
+  EXPECT_EQ(zero, (Orders{{}}));
+  EXPECT_EQ(COrvekGlobals::GetPlaceVariants(1, &one), S_OK);
+  EXPECT_EQ(one, (Orders{{0}}));
+
+  // Appended, not replaced: twice gives the list twice.
+  Orders twice;
+  EXPECT_EQ(COrvekGlobals::GetPlaceVariants(2, &twice), S_OK);
+  EXPECT_EQ(COrvekGlobals::GetPlaceVariants(2, &twice), S_OK);
+  EXPECT_EQ(twice, (Orders{{0, 1}, {1, 0}, {0, 1}, {1, 0}}));
+
+  Orders five;
+  EXPECT_EQ(COrvekGlobals::GetPlaceVariants(5, &five), S_OK);
+  EXPECT_EQ(five.size(), 120u);
+  EXPECT_TRUE(std::is_sorted(five.begin(), five.end()));
+  EXPECT_EQ(std::set<std::vector<int>>(five.begin(), five.end()).size(), 120u);
+
+  // Bad input appends nothing and does not crash.
+  Orders none;
+  EXPECT_EQ(COrvekGlobals::GetPlaceVariants(-1, &none), S_OK);
+  EXPECT_TRUE(none.empty());
+  EXPECT_EQ(COrvekGlobals::GetPlaceVariants(3, nullptr), S_OK);
+}
+
+std::vector<CStringW> words(const wchar_t* alphabet, int length) {
+  std::vector<CStringW> v;
+  EXPECT_EQ(COrvekGlobals::GetStringVariants(alphabet, length, &v), S_OK);
+  return v;
+}
+
+TEST(Variants, StringVariants) {
+  EXPECT_EQ(words(L"abc", 2), (std::vector<CStringW>{L"ab", L"ac", L"ba", L"bc", L"ca", L"cb"}));
+  // Length 1 lists every character, the first included.
+  EXPECT_EQ(words(L"abc", 1), (std::vector<CStringW>{L"a", L"b", L"c"}));
+  // Length equal to the alphabet: all permutations.
+  EXPECT_EQ(words(L"abc", 3), (std::vector<CStringW>{L"abc", L"acb", L"bac", L"bca", L"cab", L"cba"}));
+  // Nothing for length 0, a length above the alphabet's (also far above:
+  // every call ends), an empty or a null alphabet.
+  EXPECT_TRUE(words(L"abc", 0).empty());
+  EXPECT_TRUE(words(L"abc", -2).empty());
+  EXPECT_TRUE(words(L"abc", 4).empty());
+  EXPECT_TRUE(words(L"abc", 40).empty());
+  EXPECT_TRUE(words(L"", 1).empty());
+  EXPECT_TRUE(words(nullptr, 1).empty());
+  // Repeated characters are different positions, so variants repeat.
+  EXPECT_EQ(words(L"aab", 2), (std::vector<CStringW>{L"aa", L"ab", L"aa", L"ab", L"ba", L"ba"}));
+  // Wide characters stay whole.
+  EXPECT_EQ(words(L"\u00e9\U0001F600", 2), (std::vector<CStringW>{L"\u00e9\U0001F600", L"\U0001F600\u00e9"}));
+
+  std::vector<CStringW> twice;
+  EXPECT_EQ(COrvekGlobals::GetStringVariants(L"xy", 2, &twice), S_OK);
+  EXPECT_EQ(COrvekGlobals::GetStringVariants(L"xy", 2, &twice), S_OK);
+  EXPECT_EQ(twice, (std::vector<CStringW>{L"xy", L"yx", L"xy", L"yx"}));
+  EXPECT_EQ(words(L"abcdef", 3).size(), 120u);
+  EXPECT_EQ(COrvekGlobals::GetStringVariants(L"abc", 2, nullptr), S_OK);
+}
+
+// Counts whose variants no memory can hold are refused at once, and the
+// list is left as it was.
+TEST(Variants, CountsBeyondMemoryAreRefused) {
+  std::vector<std::vector<int>> places(1);
+  EXPECT_EQ(E_OUTOFMEMORY, COrvekGlobals::GetPlaceVariants(20, &places));
+  EXPECT_EQ(E_OUTOFMEMORY, COrvekGlobals::GetPlaceVariants(INT_MAX, &places));
+  EXPECT_EQ(1u, places.size());
+  const std::wstring alphabet(64, L'a');
+  std::vector<CStringW> strings;
+  EXPECT_EQ(E_OUTOFMEMORY, COrvekGlobals::GetStringVariants(alphabet.c_str(), 16, &strings));
+  EXPECT_TRUE(strings.empty());
+  EXPECT_EQ(S_OK, COrvekGlobals::GetStringVariants(alphabet.c_str(), 2, &strings));
+  EXPECT_EQ(64u * 63u, strings.size());
 }
 
 }  // namespace

@@ -1,0 +1,26 @@
+#pragma once
+
+class CGraphWnd;
+class QPainter;
+class QWidget;
+
+// The mouse, keys and context menu of a graph window, and what it paints over
+// the frame bitmap (crosshair and readout, box, legend, pause mark). It lives
+// on the window's thread; the window owns it.
+namespace orvek_plot {
+
+class Interaction;
+
+// Starts listening to the widget's events; null without a widget.
+Interaction* AttachInteraction(CGraphWnd* pWnd, QWidget* pWidget);
+void DetachInteraction(Interaction* pInteraction);
+// Paints the overlay with the painter of the window's paint.
+void PaintInteraction(Interaction* pInteraction, QPainter* pPainter);
+// Off: the window ignores the mouse and keys, as before they existed.
+void EnableInteraction(Interaction* pInteraction, bool bEnable);
+// The frame bitmap with the legend and pause mark, as the user sees it
+// without the cursor's marks: PNG to a file, or to the clipboard.
+bool SaveComposed(Interaction* pInteraction, const wchar_t* pszPath);
+bool CopyComposed(Interaction* pInteraction);
+
+}  // namespace orvek_plot
