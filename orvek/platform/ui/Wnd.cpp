@@ -215,6 +215,11 @@ class WndWidget : public QWidget {
   WndWidget(QWidget* parent, Qt::WindowFlags flags) : QWidget(parent, flags) {}
   CWndImpl* impl = nullptr;
 
+  // What a host's Qt layout reads: a window that wants a place of its own
+  // size there (a graph) names it in these properties.
+  QSize sizeHint() const override { return hint("orvekSizeHint", QWidget::sizeHint()); }
+  QSize minimumSizeHint() const override { return hint("orvekMinimumSizeHint", QWidget::minimumSizeHint()); }
+
  protected:
   void paintEvent(QPaintEvent* e) override {
     if (!impl || !impl->wnd) return;
@@ -225,6 +230,12 @@ class WndWidget : public QWidget {
     // A CPaintDC that outlived its paint must not keep the painter.
     delete impl->painter;
     impl->painter = nullptr;
+  }
+
+ private:
+  QSize hint(const char* name, const QSize& otherwise) const {
+    const QVariant v = property(name);
+    return v.isValid() ? v.toSize() : otherwise;
   }
 };
 

@@ -1,5 +1,6 @@
 #include <orvek/plotting/windows/GraphWnd.h>
 
+#include <QGuiApplication>
 #include <QWidget>
 
 #include <algorithm>
@@ -21,6 +22,36 @@ constexpr UINT kDefaultPeriodMs = 40;
 
 // Bitmaps above this many pixels (1 GiB each) are not even asked for.
 constexpr long long kMaxPixels = 1LL << 28;
+
+// Both bitmaps of a drawer at a logical size and device pixel ratio, and the
+// plot rectangle in logical pixels. A size the bitmaps cannot take leaves
+// them invalid (every drawing call on them does nothing) and, with no
+// pixels to lay the axes out on, an empty plot.
+void MakeBitmaps(CGraphDrawer* d, int W, int H, double ratio) {
+  const double physical = static_cast<double>(W) * ratio * static_cast<double>(H) * ratio;
+  const bool fits = physical <= static_cast<double>(kMaxPixels);
+  const auto make = [&] {
+    return new Gdiplus::Bitmap(fits ? W : 0, fits ? H : 0, Gdiplus::PixelFormat32bppRGB,
+                               static_cast<Gdiplus::REAL>(ratio));
+  };
+  d->m_pAxesBitmap = make();
+  d->m_pFrameBitmap = make();
+  d->m_rcPlot = Gdiplus::Rect(0, 0, W, H);
+  if (!fits || d->m_pAxesBitmap->GetLastStatus() == Gdiplus::OutOfMemory ||
+      d->m_pFrameBitmap->GetLastStatus() == Gdiplus::OutOfMemory)
+    d->m_rcPlot = Gdiplus::Rect(0, 0, 0, 0);
+}
+
+// The smallest graph a host's layout makes.
+constexpr int kMinWidth = 40;
+constexpr int kMinHeight = 30;
+
+// A graph that follows its size takes the room a layout has; one that does
+// not keeps Qt's default.
+void SetResizePolicy(QWidget* w, BOOL bResize) {
+  const QSizePolicy::Policy p = bResize ? QSizePolicy::Expanding : QSizePolicy::Preferred;
+  w->setSizePolicy(p, p);
+}
 }  // namespace
 
 CGraphWnd::CGraphWnd(void) : m_pDrawer(nullptr), m_nCurves(0), m_nHistory(0), m_nRedrawTimer(0), m_bNeedRedraw(0), m_pInteraction(nullptr) {}
@@ -39,16 +70,13 @@ void CGraphWnd::Create(tagRECT rcWindow, CWnd* pParent, const wchar_t* pTitle, c
     GdiplusStartupInput input;
     if (GdiplusStartup(&d->m_gdiToken, &input, nullptr) != 0) d->m_gdiToken = 0;
   }
-  d->m_rcPlot = Gdiplus::Rect(0, 0, W, H);
-  // A size the bitmaps cannot take leaves them invalid: every drawing call
-  // on them does nothing.
-  const bool fits = static_cast<long long>(W) * H <= kMaxPixels;
-  d->m_pAxesBitmap = new Gdiplus::Bitmap(fits ? W : 0, fits ? H : 0, Gdiplus::PixelFormat32bppRGB);
-  d->m_pFrameBitmap = new Gdiplus::Bitmap(fits ? W : 0, fits ? H : 0, Gdiplus::PixelFormat32bppRGB);
-  // A size too large for memory leaves no pixels to lay the axes out on.
-  if (!fits || d->m_pAxesBitmap->GetLastStatus() == Gdiplus::OutOfMemory ||
-      d->m_pFrameBitmap->GetLastStatus() == Gdiplus::OutOfMemory)
-    d->m_rcPlot = Gdiplus::Rect(0, 0, 0, 0);
+  // At the ratio of the screen the window opens on: its parent's, else the
+  // application's; a paint on another screen remakes them.
+  QWidget* onScreen = pParent ? pParent->GetQWidget() : nullptr;
+  const auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance());
+  m_dBitmapRatio = onScreen ? onScreen->devicePixelRatioF() : app ? app->devicePixelRatio() : 1.0;
+  m_szBitmaps = tagSIZE{W, H};
+  MakeBitmaps(d, W, H, m_dBitmapRatio);
   if (pTitle) d->m_sTitle = pTitle;
   if (pXName) d->m_sXName = pXName;
   if (pYName) d->m_sYName = pYName;
@@ -64,6 +92,10 @@ void CGraphWnd::Create(tagRECT rcWindow, CWnd* pParent, const wchar_t* pTitle, c
     w->setAttribute(Qt::WA_OpaquePaintEvent);
     w->setAttribute(Qt::WA_NoSystemBackground);
     if (!m_pInteraction) m_pInteraction = orvek_plot::AttachInteraction(this, w);
+    // What a host's layout asks of the graph (the window layer answers these).
+    w->setProperty("orvekSizeHint", QSize(W, H));
+    w->setProperty("orvekMinimumSizeHint", QSize(kMinWidth, kMinHeight));
+    SetResizePolicy(w, m_bResize);
   }
   m_nRedrawTimer = SetTimer(kRedrawTimerId, kDefaultPeriodMs, nullptr);
 }
@@ -208,7 +240,48 @@ void CGraphWnd::OnTimer(UINT nIDEvent) {
   Default();
 }
 
+void CGraphWnd::OnSize(UINT nType, int cx, int cy) {
+  CWnd::OnSize(nType, cx, cy);
+  if (!m_bResize) return;
+  // From the widget: the message's words cut sizes above 65535.
+  CRect rc;
+  GetClientRect(&rc);
+  RemakeBitmaps(rc.Width(), rc.Height(), m_dBitmapRatio);
+  InvalidateRect(nullptr, FALSE);
+}
+
+void CGraphWnd::EnableResize(BOOL bEnable) {
+  m_bResize = bEnable ? TRUE : FALSE;
+  QWidget* w = GetQWidget();
+  if (!w) return;
+  SetResizePolicy(w, m_bResize);
+  if (!m_bResize) return;
+  RemakeBitmaps(w->width(), w->height(), m_dBitmapRatio);
+  InvalidateRect(nullptr, FALSE);
+}
+
+void CGraphWnd::RemakeBitmaps(int nWidth, int nHeight, double dRatio) {
+  if (nWidth == m_szBitmaps.cx && nHeight == m_szBitmaps.cy && dRatio == m_dBitmapRatio) return;
+  CSingleLock life(&m_csDrawer, TRUE);
+  CGraphDrawer* d = m_pDrawer;
+  if (!d) return;
+  {
+    // The order of every holder of these: a paint, SetROI or SaveImage on
+    // another thread sees the old bitmaps or the new ones, never neither.
+    CSingleLock data(&d->m_csData, TRUE);
+    CSingleLock range(&d->m_csRange, TRUE);
+    delete d->m_pAxesBitmap;
+    delete d->m_pFrameBitmap;
+    MakeBitmaps(d, nWidth, nHeight, dRatio);
+    m_szBitmaps = tagSIZE{nWidth, nHeight};
+    m_dBitmapRatio = dRatio;
+    d->RedrawAll();
+  }
+}
+
 void CGraphWnd::OnPaint(void) {
+  // A window moved to a screen of another density draws at the new one.
+  if (QWidget* w = GetQWidget()) RemakeBitmaps(m_szBitmaps.cx, m_szBitmaps.cy, w->devicePixelRatioF());
   CPaintDC dc(this);
   CGraphDrawer* d = m_pDrawer;
   if (!d) return;  // destroyed: the window waits for its end

@@ -103,7 +103,25 @@ class ORVEK_API CGraphWnd : public CWnd {
 
   void OnPaint(void) override;
   void OnTimer(UINT nIDEvent) override;
+  /// Makes the bitmaps anew at the window's new size and redraws axes and
+  /// curves from the data and ranges kept; nothing while resizing is off.
+  void OnSize(UINT nType, int cx, int cy) override;
+  /// On (the default), the graph follows its window's size: MoveWindow, or
+  /// the layout of a Qt host that holds GetQWidget(), which gets an
+  /// expanding size policy and asks for the Create size. Off, the bitmaps
+  /// keep their size and paint at the top left of a larger window. Window's
+  /// thread.
+  void EnableResize(BOOL bEnable);
 
+ private:
+  /// Remakes both bitmaps at a logical size and device pixel ratio, if that
+  /// is not what they have, and redraws them. Window's thread.
+  void RemakeBitmaps(int nWidth, int nHeight, double dRatio);
+  BOOL m_bResize = TRUE;         ///< set by EnableResize
+  tagSIZE m_szBitmaps = {0, 0};  ///< logical size the bitmaps were asked at
+  double m_dBitmapRatio = 1.0;   ///< device pixel ratio they were made at
+
+ public:
   // Owned, from Create to Destroy. Written under m_csDrawer on the window's
   // thread, which also reads it without the lock, as the intake does.
   CGraphDrawer* m_pDrawer;

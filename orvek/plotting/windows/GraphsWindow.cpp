@@ -1,9 +1,13 @@
 #include <orvek/plotting/windows/GraphsWindow.h>
 
+#include <QWidget>
+
 #include <algorithm>
+#include <cmath>
 
 #include <orvek/frame/OrvekGlobals.h>
 #include <orvek/platform/ui/MessageLoop_p.h>
+#include <orvek/platform/ui/Wnd_p.h>
 #include <orvek/plotting/drawer/GraphDrawer.h>
 #include <orvek/tuning/placement/ToolWindows_p.h>
 
@@ -12,6 +16,24 @@ namespace {
 constexpr DWORD kStyle = WS_POPUP | WS_CAPTION | WS_SYSMENU;
 constexpr DWORD kExStyle = WS_EX_TOOLWINDOW;
 constexpr int kMargin = 10;
+// A graph larger than this at Create never gets smaller by resizing.
+constexpr int kMinGraphWidth = 40;
+constexpr int kMinGraphHeight = 30;
+
+// An edge of a Create rectangle at a new client size. One rounding for every
+// edge keeps their order, so graphs that did not overlap never come to.
+LONG ScaleEdge(LONG edge, int now, LONG base) {
+  if (base <= 0) return edge;
+  return static_cast<LONG>(std::floor(static_cast<double>(edge) * now / base + 0.5));
+}
+
+// The smallest client side that leaves a graph side of `side` at Create at
+// least `least`: scaled by s, a side comes out above side * s - 1. A side
+// that was smaller from the start sets no limit and scales with the rest.
+LONG LeastClient(LONG side, int least, LONG base) {
+  if (side < least) return 0;
+  return static_cast<LONG>((static_cast<long long>(least) * base + side - 1) / side);
+}
 
 bool InList(const std::vector<CGraphWnd*>& graphs, int iGraph) {
   return iGraph >= 0 && static_cast<std::size_t>(iGraph) < graphs.size();
@@ -56,8 +78,9 @@ int CGraphsWindow::Create(tagGraphWndInfo* pInfo, int nGraphs, CWnd* pParent, fl
       main->GetWindowRect(&layout);
     }
   }
+  const DWORD style = kStyle | (m_bResize ? WS_THICKFRAME : 0);
   CRect framed(layout);
-  AdjustWindowRectEx(&framed, kStyle, FALSE, kExStyle);
+  AdjustWindowRectEx(&framed, style, FALSE, kExStyle);
   CRect area(0, 0, 2 * layout.Width() - framed.Width(), 2 * layout.Height() - framed.Height());
 
   // Sizes are kept; a rectangle that overlaps one placed before moves to the
@@ -83,8 +106,8 @@ int CGraphsWindow::Create(tagGraphWndInfo* pInfo, int nGraphs, CWnd* pParent, fl
   const wchar_t* wndClass = AfxRegisterWndClass(CS_OWNDC, nullptr, m_hBrush, nullptr);
 
   CRect rcWindow(0, 0, cx, cy);
-  AdjustWindowRectEx(&rcWindow, kStyle, FALSE, kExStyle);
-  if (!CreateEx(kExStyle, wndClass, m_title.GetString(), kStyle, rcWindow, pParent, 0)) return 0;
+  AdjustWindowRectEx(&rcWindow, style, FALSE, kExStyle);
+  if (!CreateEx(kExStyle, wndClass, m_title.GetString(), style, rcWindow, pParent, 0)) return 0;
 
   CSingleLock lock(&m_csGraphs, TRUE);
   m_graphs.resize(static_cast<std::size_t>(nGraphs), nullptr);
@@ -94,7 +117,12 @@ int CGraphsWindow::Create(tagGraphWndInfo* pInfo, int nGraphs, CWnd* pParent, fl
     m_graphs[static_cast<std::size_t>(i)] = g;
     g->Create(&pInfo[i], this, fRedrawRate);
   }
+  // A window made again after a close lays out the new descriptions.
+  m_rects.clear();
   for (int i = 0; i < nGraphs; ++i) m_rects.push_back(pInfo[i].rcWindow);
+  m_baseRects = m_rects;
+  m_baseClient = tagSIZE{cx, cy};
+  ApplyResizeLimits();
   CenterWindow();
   RegisterToolWindow(m_hWnd);
   return 1;
@@ -210,6 +238,59 @@ void CGraphsWindow::OnDestroy(void) {
   UnregisterToolWindow(m_hWnd);
   Destroy();
   CWnd::OnDestroy();
+}
+
+void CGraphsWindow::OnSize(UINT nType, int cx, int cy) {
+  CWnd::OnSize(nType, cx, cy);
+  if (m_bResize) LayOut();
+}
+
+void CGraphsWindow::EnableResize(BOOL bEnable) {
+  m_bResize = bEnable ? TRUE : FALSE;
+  if (!::IsWindow(m_hWnd)) return;
+  ApplyResizeLimits();
+  if (m_bResize) LayOut();
+}
+
+void CGraphsWindow::LayOut(void) {
+  CRect client;
+  GetClientRect(&client);
+  CSingleLock lock(&m_csGraphs, TRUE);
+  // Create sends sizes before it has laid anything out.
+  if (m_baseRects.size() != m_rects.size()) return;
+  const int cx = client.Width(), cy = client.Height();
+  const LONG bx = m_baseClient.cx, by = m_baseClient.cy;
+  for (std::size_t i = 0; i < m_baseRects.size(); ++i) {
+    const tagRECT& b = m_baseRects[i];
+    const CRect r(ScaleEdge(b.left, cx, bx), ScaleEdge(b.top, cy, by), ScaleEdge(b.right, cx, bx),
+                  ScaleEdge(b.bottom, cy, by));
+    m_rects[i] = r;
+    if (i < m_graphs.size() && m_graphs[i]) m_graphs[i]->MoveWindow(&r);
+  }
+}
+
+void CGraphsWindow::ApplyResizeLimits(void) {
+  CWndImpl* impl = orvek_ui::ownImpl(m_hWnd);
+  if (!impl) return;
+  QWidget* w = impl->widget;
+  if (!m_bResize) {
+    impl->style &= ~WS_THICKFRAME;
+    w->setFixedSize(w->size());
+    return;
+  }
+  impl->style |= WS_THICKFRAME;
+  LONG least[2] = {0, 0};
+  {
+    CSingleLock lock(&m_csGraphs, TRUE);
+    for (std::size_t i = 0; i < m_baseRects.size() && i < m_graphs.size(); ++i) {
+      if (!m_graphs[i]) continue;  // a gap has no size to keep
+      const CRect b(m_baseRects[i]);
+      least[0] = std::max(least[0], LeastClient(b.Width(), kMinGraphWidth, m_baseClient.cx));
+      least[1] = std::max(least[1], LeastClient(b.Height(), kMinGraphHeight, m_baseClient.cy));
+    }
+  }
+  w->setMinimumSize(static_cast<int>(least[0]), static_cast<int>(least[1]));
+  w->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
 }
 
 void CGraphsWindow::SetTitle(const wchar_t* pszTitle) {

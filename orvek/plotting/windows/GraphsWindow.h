@@ -45,8 +45,9 @@ class ORVEK_API CGraphsWindow : public CWnd {
   // 1 when the graph has nothing waiting for a paint, or for an index
   // outside the list or without a graph.
   int IsGraphDrawed(int iGraph);
-  // The rectangle of that description in client coordinates, also after
-  // the window closed. E_POINTER, E_FAIL for an index outside the list.
+  // The rectangle of that description in client coordinates as the window
+  // lays it out now, also after the window closed. E_POINTER, E_FAIL for an
+  // index outside the list.
   ORVEK_RESULT LONG GetGraphWndRect(int iGraph, CRect* pRect);
 
   // These give E_FAIL for an index outside the list (negative included) and
@@ -77,18 +78,38 @@ class ORVEK_API CGraphsWindow : public CWnd {
   // thread, or when the file cannot be written.
   ORVEK_RESULT LONG SaveImage(const wchar_t* pszPath);
 
+  /// On (the default), the window has a resize border and lays its graphs
+  /// out in proportion as it grows and shrinks (each rectangle scaled by the
+  /// client size over the one Create made, none below 40 x 30 where it was
+  /// larger); GetGraphWndRect then gives the present rectangles. Off, the
+  /// window keeps its size. Before Create, or on the live window. Window's
+  /// thread.
+  void EnableResize(BOOL bEnable);
+
   void OnClose(void) override;
   void OnDestroy(void) override;
+  /// Lays the graphs out for the new client size while resizing is on.
+  void OnSize(UINT nType, int cx, int cy) override;
 
   std::vector<CGraphWnd*> m_graphs ORVEK_GUARDED_BY(m_csGraphs);  // owned; null where a description asked for no graph
   HBRUSH m_hBrush;                   // ground of the window class
   CCriticalSection m_csGraphs;       // m_graphs, m_rects and every call through them
-  std::vector<tagRECT> m_rects ORVEK_GUARDED_BY(m_csGraphs);  // final rectangle of each description
+  std::vector<tagRECT> m_rects ORVEK_GUARDED_BY(m_csGraphs);  // present rectangle of each description
   CStringW m_title;                  // given by SetTitle
 
  protected:
   // The host uses ShowWindow() and HideWindow().
   int ShowWindow(int nCmdShow);
+
+ private:
+  // Places every graph for the present client size and keeps the window from
+  // shrinking below what leaves each graph its smallest size.
+  void LayOut(void);
+  void ApplyResizeLimits(void);
+
+  BOOL m_bResize = TRUE;                                          // set by EnableResize
+  std::vector<tagRECT> m_baseRects ORVEK_GUARDED_BY(m_csGraphs);  // the rectangles Create made
+  tagSIZE m_baseClient = {0, 0};                                  // the client size Create made
 };
 
 #define ORVEK_GRAPHSWINDOW_EXTERN(T)                                                                           \
