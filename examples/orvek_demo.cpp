@@ -282,6 +282,12 @@ std::unique_ptr<CGraphsWindow> MakeGraphs() {
                           /*fXMax=*/static_cast<float>(kBlock * 1000.0 / kSampleRate), /*nXDivs=*/10,
                           /*nYDivs=*/4) == S_OK;
   if (!ranged) return nullptr;
+  // Named curves get a legend; a click on an entry hides or shows the curve.
+  const bool named = graphs->SetCurveStyle(/*iGraph=*/1, /*iCurve=*/0, L"measured", /*argb=*/0, /*fWidth=*/0) == S_OK &&
+                     graphs->SetCurveStyle(1, 1, L"clean", 0, 0) == S_OK &&
+                     graphs->SetCurveStyle(2, 0, L"last capture", 0, 0) == S_OK &&
+                     graphs->SetCurveStyle(2, 1, L"running average", 0, 0) == S_OK;
+  if (!named) return nullptr;
   graphs->ShowWindow();
   return graphs;
 }

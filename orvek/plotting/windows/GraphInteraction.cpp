@@ -302,7 +302,7 @@ void Interaction::PaintReadout(QPainter* p, CGraphDrawer* d) {
   p->save();
   p->setRenderHint(QPainter::Antialiasing, false);
   const bool light = d->GetColorScheme() == eSchemeLight;
-  p->setPen(QPen(light ? QColor(0, 0, 0, 128) : QColor(255, 255, 255, 128), 1, Qt::DotLine));
+  p->setPen(QPen(light ? QColor(0, 0, 0, 160) : QColor(255, 255, 255, 160), 1, Qt::DashLine));
   p->drawLine(m_cursor.x(), r.top(), m_cursor.x(), r.bottom());
   p->drawLine(r.left(), m_cursor.y(), r.right(), m_cursor.y());
 

@@ -203,6 +203,33 @@ LONG CGraphsWindow::ResetAdaptation(void) {
   return S_OK;
 }
 
+LONG CGraphsWindow::SetCurveStyle(int iGraph, int iCurve, const wchar_t* pszName, DWORD argb, float fWidth) {
+  return WithGraph(this, iGraph, false, [&](CGraphWnd* g) { g->SetCurveStyle(iCurve, pszName, argb, fWidth); });
+}
+
+LONG CGraphsWindow::SetPaused(int iGraph, BOOL bPaused) {
+  return WithGraph(this, iGraph, false, [&](CGraphWnd* g) { g->SetPaused(bPaused); });
+}
+
+LONG CGraphsWindow::ResetView(int iGraph) {
+  return WithGraph(this, iGraph, false, [](CGraphWnd* g) { g->ResetView(); });
+}
+
+LONG CGraphsWindow::ExportData(int iGraph, const wchar_t* pszPath) {
+  if (!pszPath) return E_POINTER;
+  LONG result = E_FAIL;  // stays for an entry without a graph
+  const LONG found = WithGraph(this, iGraph, false, [&](CGraphWnd* g) { result = g->ExportData(pszPath); });
+  return found == S_OK ? result : found;
+}
+
+LONG CGraphsWindow::SetColorScheme(eColorScheme scheme) {
+  CSingleLock lock(&m_csGraphs, TRUE);
+  if (m_graphs.empty()) return E_FAIL;
+  for (CGraphWnd* g : m_graphs)
+    if (g) g->SetColorScheme(scheme);
+  return S_OK;
+}
+
 template <typename T>
 LONG CGraphsWindow::DrawGraph(int iGraph, const void* pData, int nCount, int nStride, int iCurve) {
   return WithGraph(this, iGraph, true, [&](CGraphWnd* g) { g->DrawGraph<T>(iCurve, pData, nCount, nStride); });

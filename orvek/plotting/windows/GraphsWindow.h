@@ -64,6 +64,17 @@ class ORVEK_API CGraphsWindow : public CWnd {
   // Every graph; E_FAIL when there is none.
   ORVEK_RESULT LONG ResetAdaptation(void);
 
+  // What the user does with a graph, for the host (see CGraphWnd), from any
+  // thread, with the results of the calls above.
+  ORVEK_RESULT LONG SetCurveStyle(int iGraph, int iCurve, const wchar_t* pszName, DWORD argb, float fWidth);
+  ORVEK_RESULT LONG SetPaused(int iGraph, BOOL bPaused);
+  ORVEK_RESULT LONG ResetView(int iGraph);
+  // E_POINTER for a null path; E_FAIL also for an entry without a graph or
+  // a file that cannot be written.
+  ORVEK_RESULT LONG ExportData(int iGraph, const wchar_t* pszPath);
+  // Every graph; E_FAIL when there is none.
+  ORVEK_RESULT LONG SetColorScheme(eColorScheme scheme);
+
   // Intake from any thread (T as for CGraphWnd). A curve index outside the
   // graph is no failure: the block is dropped.
   template <typename T>

@@ -94,7 +94,24 @@ TEST(GraphsWindow, IndexesOutsideTheListAndAnEmptyWindowFail) {
     EXPECT_EQ(E_FAIL, w.ResetAdaptation(bad));
     EXPECT_EQ(E_FAIL, w.GetGraphWndRect(bad, &rc));
     EXPECT_EQ(1, w.IsGraphDrawed(bad));
+    EXPECT_EQ(E_FAIL, w.SetCurveStyle(bad, 0, L"x", 0, 0));
+    EXPECT_EQ(E_FAIL, w.SetPaused(bad, TRUE));
+    EXPECT_EQ(E_FAIL, w.ResetView(bad));
+    EXPECT_EQ(E_FAIL, w.ExportData(bad, L"x.csv"));
   }
+  // The user's operations reach the graph they name.
+  EXPECT_EQ(S_OK, w.SetCurveStyle(1, 0, L"volts", 0xFF00FF00u, 3.0f));
+  EXPECT_STREQ(L"volts", w.m_graphs[1]->m_pDrawer->GetCurveStyle(0).sName.GetString());
+  EXPECT_EQ(S_OK, w.SetPaused(0, TRUE));
+  EXPECT_TRUE(w.m_graphs[0]->IsPaused() && !w.m_graphs[1]->IsPaused());
+  EXPECT_EQ(S_OK, w.SetPaused(0, FALSE));
+  w.m_graphs[0]->m_pDrawer->SetView({0, 1, -1, 1});
+  EXPECT_EQ(S_OK, w.ResetView(0));
+  EXPECT_FALSE(w.m_graphs[0]->m_pDrawer->HasUserView());
+  EXPECT_EQ(S_OK, w.SetColorScheme(eSchemeLight));
+  EXPECT_EQ(eSchemeLight, w.m_graphs[1]->m_pDrawer->GetColorScheme());
+  EXPECT_EQ(E_POINTER, w.ExportData(0, nullptr));
+  EXPECT_EQ(E_FAIL, w.ExportData(0, L"/nonexistent-folder/x.csv"));
   EXPECT_EQ(E_POINTER, w.GetGraphWndRect(0, nullptr));
 
   // Unhighlighting one curve leaves the other.
@@ -116,6 +133,7 @@ TEST(GraphsWindow, IndexesOutsideTheListAndAnEmptyWindowFail) {
   EXPECT_EQ(E_FAIL, empty.DrawGraph<double>(0, block, 3, 1, 0));
   EXPECT_EQ(E_FAIL, empty.ResetAdaptation());
   EXPECT_EQ(E_FAIL, empty.ResetAdaptation(0));
+  EXPECT_EQ(E_FAIL, empty.SetColorScheme(eSchemeDark));
   // The title is empty until the host gives one; a live window takes it at once.
   CStringW title;
   empty.GetWindowTextW(title);
