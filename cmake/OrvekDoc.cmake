@@ -23,7 +23,7 @@ configure_file(${PROJECT_SOURCE_DIR}/docs/Doxyfile.in ${ORVEK_DOC_DIR}/Doxyfile 
 add_custom_command(OUTPUT ${ORVEK_DOC_DIR}/html/index.html
   COMMAND ${CMAKE_COMMAND} -E remove_directory ${ORVEK_DOC_DIR}/html
   COMMAND Doxygen::doxygen ${ORVEK_DOC_DIR}/Doxyfile
-  DEPENDS ${ORVEK_PUBLIC_HEADERS} ${ORVEK_DOC_DIR}/Doxyfile
+  DEPENDS ${ORVEK_PUBLIC_HEADERS} ${PROJECT_SOURCE_DIR}/docs/mainpage.md ${ORVEK_DOC_DIR}/Doxyfile
   WORKING_DIRECTORY ${ORVEK_DOC_DIR}
   COMMENT "Orvek API reference in ${ORVEK_DOC_DIR}/html"
   VERBATIM)
