@@ -1,6 +1,7 @@
 #include "WindowsTest.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QFile>
 #include <QFileDialog>
 #include <QLineEdit>
@@ -186,6 +187,24 @@ TEST(Interaction, PauseByKeyAndMenuAndExportFromTheMenu) {
   EXPECT_EQ("x,curve 1,curve 2", lines[0]);
   EXPECT_TRUE(lines[1].startsWith("0,0,0"));
   EXPECT_EQ(E_POINTER, s.g.ExportData(nullptr));
+
+  // Save image... writes what the user sees, legend included; Copy image
+  // puts the same picture on the clipboard.
+  s.g.SetCurveStyle(0, L"named", 0, 0);
+  const QString png = QString::fromStdWString(TestPath("menu_image.png"));
+  QFile::remove(png);
+  AnswerMenu(QStringLiteral("Save image..."), png);
+  QTest::mouseClick(s.w, Qt::RightButton, Qt::NoModifier, QPoint(50, 50));
+  ASSERT_TRUE(WaitFor([&] { return QFile::exists(png); }));
+  const QImage saved(png);
+  EXPECT_EQ(QSize(kW, kH), saved.size());
+  EXPECT_NE(s.Saved("menu_frame.png").convertToFormat(QImage::Format_RGB32), saved.convertToFormat(QImage::Format_RGB32));
+  QGuiApplication::clipboard()->clear();
+  AnswerMenu(QStringLiteral("Copy image"));
+  QTest::mouseClick(s.w, Qt::RightButton, Qt::NoModifier, QPoint(50, 50));
+  ASSERT_TRUE(WaitFor([&] { return !QGuiApplication::clipboard()->image().isNull(); }));
+  EXPECT_EQ(saved.convertToFormat(QImage::Format_RGB32),
+            QGuiApplication::clipboard()->image().convertToFormat(QImage::Format_RGB32));
 }
 
 TEST(Interaction, LegendNamesCurvesAndHidesThemOnClick) {
