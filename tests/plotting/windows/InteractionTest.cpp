@@ -52,27 +52,33 @@ struct Shown {
   }
 };
 
-// Picks the menu entry of that text once the context menu is open; then, for
-// an entry that opens a file dialog, answers it with the path.
-void AnswerMenu(const QString& entry, const QString& path = QString()) {
-  QTimer::singleShot(50, [entry, path] {
-    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-    ASSERT_NE(nullptr, menu);
-    for (QAction* a : menu->actions())
-      if (a->text() == entry) menu->setActiveAction(a);
-    if (!path.isEmpty()) {
-      QTimer::singleShot(100, [path] {
-        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-        ASSERT_NE(nullptr, dialog) << (QApplication::activeModalWidget() ? QApplication::activeModalWidget()->metaObject()->className() : "none");
-        // Typed into the name field, as a user would.
-        auto* name = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
-        ASSERT_NE(nullptr, name);
-        name->setText(path);
-        QMetaObject::invokeMethod(dialog, "accept");
-      });
-    }
-    QTest::keyClick(menu, Qt::Key_Return);
+// Calls act on the widget that find gives, once there is one: polled, since a
+// menu or dialog opens in a nested loop that a slow build reaches late.
+template <typename Find, typename Act>
+void WhenOpen(Find find, Act act, int triesLeft = 250) {
+  QTimer::singleShot(20, [=] {
+    if (auto* w = find()) return act(w);
+    if (triesLeft > 0) WhenOpen(find, act, triesLeft - 1);
   });
+}
+
+// Picks the menu entry of that text once the context menu is open; then, for
+// an entry that opens a file dialog, types the path into it and accepts.
+void AnswerMenu(const QString& entry, const QString& path = QString()) {
+  WhenOpen([] { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); },
+           [entry, path](QMenu* menu) {
+             for (QAction* a : menu->actions())
+               if (a->text() == entry) menu->setActiveAction(a);
+             if (!path.isEmpty()) {
+               WhenOpen([] { return qobject_cast<QFileDialog*>(QApplication::activeModalWidget()); },
+                        [path](QFileDialog* dialog) {
+                          auto* name = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+                          if (name) name->setText(path);
+                          QMetaObject::invokeMethod(dialog, "accept");
+                        });
+             }
+             QTest::keyClick(menu, Qt::Key_Return);
+           });
 }
 
 }  // namespace
