@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <orvek/frame/OrvekGlobals.h>
+#include <support/SessionEnvironment.h>
 #include <orvek/platform/gfx/Gdiplus.h>
 #include <orvek/platform/gfx/QtInterop.h>
 
@@ -16,12 +17,7 @@ using namespace Gdiplus;
 
 namespace {
 
-class SessionEnvironment : public testing::Environment {
- public:
-  void SetUp() override { ASSERT_EQ(COrvekGlobals::StartUp(), S_OK); }
-  void TearDown() override { COrvekGlobals::ShutDown(); }
-};
-testing::Environment* const g_session = testing::AddGlobalTestEnvironment(new SessionEnvironment);
+const auto* g_session = AddSessionEnvironment();
 
 DWORD At(Bitmap& b, int x, int y) {
   Color c;

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include <orvek/frame/OrvekGlobals.h>
+#include <support/SessionEnvironment.h>
 #include <orvek/platform/gfx/QtInterop.h>
 #include <orvek/plotting/drawer/GraphDrawer.h>
 
@@ -22,13 +23,7 @@ using namespace Gdiplus;
 
 namespace {
 
-// Fonts need the application object that the graphics session provides.
-class SessionEnvironment : public testing::Environment {
- public:
-  void SetUp() override { ASSERT_EQ(COrvekGlobals::StartUp(), S_OK); }
-  void TearDown() override { COrvekGlobals::ShutDown(); }
-};
-testing::Environment* const g_session = testing::AddGlobalTestEnvironment(new SessionEnvironment);
+const auto* g_session = AddSessionEnvironment();
 
 std::string Out(const char* name) { return std::string(ORVEK_TEST_BINARY_DIR) + "/" + name; }
 
