@@ -57,6 +57,7 @@ class Feeder {
     m_thread.join();
     Check(m_last == E_FAIL && m_blocks > 0, "the feeder ends on E_FAIL after feeding");
   }
+  bool Fed() const { return m_blocks.load() > 0; }
 
  private:
   std::atomic<LONG> m_last{S_OK};
@@ -90,12 +91,19 @@ TEST(Lifecycle, ReadmeExampleEndsEitherWay) {
       std::thread quitter;
       if (hostQuits) {
         const DWORD gui = GetCurrentThreadId();
-        quitter = std::thread([gui] {
-          Sleep(200);
+        quitter = std::thread([gui, &feeder] {
+          while (!feeder.Fed()) Sleep(1);
           while (!PostThreadMessageW(gui, WM_QUIT, 0, 0)) Sleep(1);
         });
       } else {
-        QTimer::singleShot(200, [&plots] { plots.GetQWidget()->close(); });
+        // The user closes the window once the feeder is in.
+        std::function<void()> closeWhenFed = [&] {
+          if (feeder.Fed())
+            plots.GetQWidget()->close();
+          else
+            QTimer::singleShot(20, closeWhenFed);
+        };
+        QTimer::singleShot(20, closeWhenFed);
       }
       COrvekGlobals::RunMessageLoop();
       feeder.JoinAndCheck();
@@ -173,11 +181,16 @@ TEST(Lifecycle, QtHostLoopEndsEveryTime) {
         dialog.Create(kParams, 1, nullptr, nullptr);
         dialog.ShowWindow();
         Feeder feeder(&plots);
-        QTimer::singleShot(20, &main, [way, &main] {
+        // The loop ends once the feeder is in, however slow the build.
+        QTimer ender;
+        QObject::connect(&ender, &QTimer::timeout, &main, [way, &main, &feeder, &ender] {
+          if (!feeder.Fed()) return;
+          ender.stop();
           if (way == Quit) QCoreApplication::quit();
           if (way == Exit) QCoreApplication::exit(5);
           if (way == CloseMain) main.close();
         });
+        ender.start(20);
         const int code = app.exec();
         Check(code == (way == Exit ? 5 : 0), "exec() returns the code it was ended with");
         feeder.JoinAndCheck();
