@@ -156,8 +156,7 @@ TEST_F(FileTest, FailuresGiveCausesAndNeverThrowFromOpen) {
 
 TEST_F(FileTest, WriteToAFullDeviceThrowsDiskFull) {
   CFile f;
-  // Every open is exclusive, also of a device: another test program may hold
-  // /dev/full for a moment.
+  // Every open is exclusive, also of a device: another test program may hold /dev/full for a moment.
   CFileException busy;
   for (int attempt = 0; attempt < 500 && !f.Open(L"/dev/full", CFile::modeWrite, &busy); ++attempt) {
     ASSERT_EQ(busy.m_cause, CFileException::sharingViolation);

@@ -22,6 +22,12 @@ DWORD countingBody(void* parameter) {
   return static_cast<DWORD>(reinterpret_cast<std::uintptr_t>(parameter));
 }
 
+// The exit code of a thread, or 0xBAD when it cannot be read.
+DWORD exitCode(HANDLE h) {
+  DWORD code = 0;
+  return GetExitCodeThread(h, &code) ? code : 0xBADu;
+}
+
 bool taskExists(DWORD tid) {
   char path[64];
   std::snprintf(path, sizeof path, "/proc/self/task/%u", tid);
@@ -38,15 +44,12 @@ TEST(Thread, SuspendedStartRunsOnlyAfterResume) {
   EXPECT_EQ(GetThreadId(h), tid);
   EXPECT_EQ(WaitForSingleObject(h, 80), WAIT_TIMEOUT);
   EXPECT_EQ(g_bodyRuns.load(), 0);
-  DWORD code = 0;
-  ASSERT_TRUE(GetExitCodeThread(h, &code));
-  EXPECT_EQ(code, STILL_ACTIVE);
+  EXPECT_EQ(exitCode(h), STILL_ACTIVE);
 
   EXPECT_EQ(ResumeThread(h), 1u);
   ASSERT_EQ(WaitForSingleObject(h, 5000), WAIT_OBJECT_0);
   EXPECT_EQ(g_bodyRuns.load(), 1);
-  ASSERT_TRUE(GetExitCodeThread(h, &code));
-  EXPECT_EQ(code, 42u);
+  EXPECT_EQ(exitCode(h), 42u);
   // The handle of an ended thread stays signalled; it can no longer be resumed.
   EXPECT_EQ(WaitForSingleObject(h, 0), WAIT_OBJECT_0);
   EXPECT_EQ(ResumeThread(h), 0u);
@@ -71,14 +74,11 @@ TEST(Thread, AbandonedStartNeverRunsTheBody) {
   ASSERT_NE(h, nullptr);
   EXPECT_TRUE(TerminateThread(h, 77));
   ASSERT_EQ(WaitForSingleObject(h, 5000), WAIT_OBJECT_0);
-  DWORD code = 0;
-  ASSERT_TRUE(GetExitCodeThread(h, &code));
-  EXPECT_EQ(code, 77u);
+  EXPECT_EQ(exitCode(h), 77u);
   EXPECT_EQ(ResumeThread(h), 0u);
   EXPECT_TRUE(CloseHandle(h));
 
-  // Closing the only handle of a never-resumed thread abandons it too: the
-  // thread goes away without running.
+  // Closing the only handle of a never-resumed thread abandons it too: the thread goes away without running.
   DWORD tid = 0;
   h = CreateThread(nullptr, 0, countingBody, nullptr, CREATE_SUSPENDED, &tid);
   ASSERT_NE(h, nullptr);
@@ -102,8 +102,7 @@ TEST(Thread, AbandonedStartNeverRunsTheBody) {
   EXPECT_FALSE(TerminateThread(h, 1));
   stop = true;
   ASSERT_EQ(WaitForSingleObject(h, 5000), WAIT_OBJECT_0);
-  ASSERT_TRUE(GetExitCodeThread(h, &code));
-  EXPECT_EQ(code, 5u);
+  EXPECT_EQ(exitCode(h), 5u);
   EXPECT_TRUE(CloseHandle(h));
 }
 
@@ -129,8 +128,7 @@ TEST(Thread, PrioritiesMapAndUnknownValuesAreRefused) {
   EXPECT_FALSE(SetThreadPriority(h, THREAD_PRIORITY_LOWEST));
   EXPECT_TRUE(CloseHandle(h));
 
-  // The pseudo-handle names the calling thread, here a thread of our own so
-  // that the test process keeps its priority.
+  // The pseudo-handle names the calling thread, here a thread of our own so that the test process keeps its priority.
   std::thread([] {
     EXPECT_EQ(GetThreadId(GetCurrentThread()), GetCurrentThreadId());
     EXPECT_TRUE(SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_BELOW_NORMAL));
@@ -172,9 +170,7 @@ TEST(MessageQueue, PostsReachTheThreadUntilQuit) {
   for (int i = 1; i <= 3; ++i) ASSERT_TRUE(PostThreadMessageW(tid, WM_USER + i, static_cast<WPARAM>(i), -i));
   ASSERT_TRUE(PostThreadMessageW(tid, WM_QUIT, 9, 0));
   ASSERT_EQ(WaitForSingleObject(h, 5000), WAIT_OBJECT_0);
-  DWORD code = 1;
-  GetExitCodeThread(h, &code);
-  EXPECT_EQ(code, 0u);
+  EXPECT_EQ(exitCode(h), 0u);
   ASSERT_EQ(r.messages.size(), 3u);
   for (int i = 0; i < 3; ++i) {
     EXPECT_EQ(r.messages[i].message, WM_USER + 1 + i);

@@ -6,16 +6,13 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 namespace {
 
 TEST(Utf8, NullEmptyAsciiAndNonAscii) {
-  EXPECT_EQ(Utf8ToWide(nullptr, 5), L"");
-  EXPECT_EQ(WideToUtf8(nullptr, 5), "");
-  EXPECT_EQ(Utf8ToWide("", 0), L"");
-  EXPECT_EQ(WideToUtf8(L"", 0), "");
-  EXPECT_EQ(Utf8ToWide("plain", 5), L"plain");
-  EXPECT_EQ(WideToUtf8(L"plain", 5), "plain");
+  EXPECT_EQ(Utf8ToWide(nullptr, 5) + Utf8ToWide("", 0) + Utf8ToWide("plain", 5), L"plain");
+  EXPECT_EQ(WideToUtf8(nullptr, 5) + WideToUtf8(L"", 0) + WideToUtf8(L"plain", 5), "plain");
   // Two-, three- and four-byte forms, byte for byte.
   const char utf8[] = "\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80";
   const wchar_t wide[] = {0xE9, 0x20AC, 0x1F600, 0};
@@ -28,19 +25,15 @@ TEST(Utf8, NullEmptyAsciiAndNonAscii) {
 TEST(Utf8, InvalidBytesAndUnencodableCharacters) {
   // A stray continuation byte, an invalid lead, an overlong form, a UTF-8
   // surrogate, a code point above U+10FFFF and a sequence cut short.
-  EXPECT_EQ(Utf8ToWide("a\x80z", 3), L"a\xFFFDz");
-  EXPECT_EQ(Utf8ToWide("\xff", 1), L"\xFFFD");
-  EXPECT_EQ(Utf8ToWide("\xc0\xaf", 2), L"\xFFFD");
-  EXPECT_EQ(Utf8ToWide("\xed\xa0\x80", 3), L"\xFFFD");
-  EXPECT_EQ(Utf8ToWide("\xf4\x90\x80\x80", 4), L"\xFFFD");
-  EXPECT_EQ(Utf8ToWide("\xe2\x82", 2), L"\xFFFD");
-  // The byte that broke a sequence starts the next character.
-  EXPECT_EQ(Utf8ToWide("\xe2\x82z", 3), L"\xFFFDz");
-  // A length shorter than the text cuts the sequence.
+  // The byte that broke a sequence starts the next character; a length shorter than the text cuts the sequence.
+  const std::pair<std::string, const wchar_t*> invalid[] = {
+      {"a\x80z", L"a\xFFFDz"},         {"\xff", L"\xFFFD"},     {"\xc0\xaf", L"\xFFFD"},  {"\xed\xa0\x80", L"\xFFFD"},
+      {"\xf4\x90\x80\x80", L"\xFFFD"}, {"\xe2\x82", L"\xFFFD"}, {"\xe2\x82z", L"\xFFFDz"}};
+  for (const auto& [bytes, wide] : invalid) EXPECT_EQ(Utf8ToWide(bytes.data(), bytes.size()), wide);
   EXPECT_EQ(Utf8ToWide("\xc3\xa9", 1), L"\xFFFD");
 
-  const wchar_t bad[] = {L'a', static_cast<wchar_t>(0xD800), static_cast<wchar_t>(0x110000), static_cast<wchar_t>(-1),
-                         L'z', 0};
+  const wchar_t bad[] = {
+      L'a', static_cast<wchar_t>(0xD800), static_cast<wchar_t>(0x110000), static_cast<wchar_t>(-1), L'z', 0};
   EXPECT_EQ(WideToUtf8(bad, 5), "a???z");
   BOOL usedDefault = FALSE;
   char out[8] = {};

@@ -1,5 +1,4 @@
-// The recursive lock, its scoped holder, and the exception of a lock that
-// cannot be made.
+// The recursive lock, its scoped holder, and the exception of a lock that cannot be made.
 #include <orvek/platform/core/Sync.h>
 
 #include <gtest/gtest.h>
@@ -62,8 +61,7 @@ TEST(CriticalSection, HeldByAnEndedThreadIsNotOwnedByTheNextAtItsAddress) {
     abandoned->Lock();
     endedBlock = __builtin_thread_pointer();
   }).join();
-  // Later threads usually get the ended thread's block, at the same address:
-  // none of them may find itself the owner.
+  // Later threads usually get the ended thread's block, at the same address: none of them may find itself the owner.
   int reused = 0;
   for (int i = 0; i < 16; ++i) {
     std::thread([&] {

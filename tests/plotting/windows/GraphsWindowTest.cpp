@@ -1,10 +1,15 @@
 #include "WindowsTest.h"
 
-#include <QWidget>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <thread>
 
-#include <orvek/plotting/drawer/GraphDrawer.h>
+#include <support/SessionEnvironment.h>
 
 namespace {
+
+const auto* g_session = AddSessionEnvironment();
 
 // The window's client area in screen coordinates.
 CRect ClientOnScreen(CWnd& w) {
@@ -31,9 +36,7 @@ TEST(GraphsWindow, LayoutKeepsSizesMovesOverlapsAndLeavesGaps) {
   EXPECT_EQ(CRect(0, 0, 620, 420), rc) << "the largest right and bottom plus the margin";
 
   ASSERT_EQ(3u, w.m_graphs.size());
-  ASSERT_NE(nullptr, w.m_graphs[0]);
-  ASSERT_NE(nullptr, w.m_graphs[1]);
-  EXPECT_EQ(nullptr, w.m_graphs[2]);
+  ASSERT_TRUE(w.m_graphs[0] && w.m_graphs[1] && !w.m_graphs[2]);
   EXPECT_EQ(1, w.m_graphs[1]->m_nCurves);
   for (int i = 0; i < 2; ++i) {
     CRect child;
@@ -135,17 +138,18 @@ TEST(GraphsWindow, IndexesOutsideTheListAndAnEmptyWindowFail) {
   EXPECT_EQ(E_FAIL, empty.ResetAdaptation(0));
   EXPECT_EQ(E_FAIL, empty.SetColorScheme(eSchemeDark));
   // The title is empty until the host gives one; a live window takes it at once.
-  CStringW title;
-  empty.GetWindowTextW(title);
-  EXPECT_EQ(std::wstring(), title.GetString());
+  const auto title = [](CWnd& wnd) {
+    CStringW text;
+    wnd.GetWindowTextW(text);
+    return std::wstring(text.GetString());
+  };
+  EXPECT_EQ(L"", title(empty));
   empty.SetTitle(L"Scope");
-  empty.GetWindowTextW(title);
-  EXPECT_EQ(std::wstring(L"Scope"), title.GetString());
+  EXPECT_EQ(L"Scope", title(empty));
   CGraphsWindow named;
   named.SetTitle(L"Spectrum");
   ASSERT_EQ(1, named.Create(nullptr, 0, nullptr, 25.0f));
-  named.GetWindowTextW(title);
-  EXPECT_EQ(std::wstring(L"Spectrum"), title.GetString());
+  EXPECT_EQ(L"Spectrum", title(named));
 
   // Descriptions that are not there make no window at all.
   for (const int n : {2, -2}) {
@@ -265,6 +269,158 @@ TEST(GraphsWindow, CapturedWindowShowsBlackMarginAndEveryGraph) {
   }
   EXPECT_EQ(E_FAIL, w.SaveImage(nullptr));
   w.Destroy();
+}
+
+TEST(Resize, GraphsWindowLaysOutInProportionWithoutOverlap) {
+  tagGraphWndInfo info[] = {{{0, 0, 300, 200}, L"a", nullptr, nullptr, 1},
+                            {{300, 0, 500, 200}, L"b", nullptr, nullptr, 1},
+                            {{0, 200, 500, 260}, L"c", nullptr, nullptr, 1},
+                            {{0, 260, 20, 280}, nullptr, nullptr, nullptr, 1}};  // smaller than the least
+  CGraphsWindow w;
+  ASSERT_EQ(1, w.Create(info, 4, nullptr, 50.0f));
+  EXPECT_TRUE(w.GetStyle() & WS_THICKFRAME);
+  w.ShowWindow();
+  const QSize base = ClientSize(w);
+  ASSERT_EQ(QSize(520, 300), base);
+  // Shrinking stops where graph c (60 high) would drop below 30 rows and graph b (200 wide) below 40 columns.
+  EXPECT_EQ(QSize(104, 150), w.GetQWidget()->minimumSize());
+
+  const struct {
+    QSize ask, expect;
+  } steps[] = {{{1040, 600}, {1040, 600}},
+               {{700, 333}, {700, 333}},
+               {{300, 190}, {300, 190}},
+               {{50, 50}, {104, 150}},
+               {{520, 300}, {520, 300}}};
+  for (const auto& s : steps) {
+    ASSERT_TRUE(ResizeTo(w, s.ask, s.expect)) << s.ask.width() << "x" << s.ask.height();
+    const double fx = s.expect.width() / 520.0, fy = s.expect.height() / 300.0;
+    std::vector<CRect> rects;
+    for (int i = 0; i < 4; ++i) {
+      CRect r, child;
+      ASSERT_EQ(S_OK, w.GetGraphWndRect(i, &r));
+      CGraphWnd* g = w.m_graphs[static_cast<std::size_t>(i)];
+      g->GetWindowRect(&child);
+      w.ScreenToClient(&child);
+      EXPECT_EQ(r, child) << "graph " << i;
+      EXPECT_NEAR(info[i].rcWindow.left * fx, r.left, 0.5);
+      EXPECT_NEAR(info[i].rcWindow.bottom * fy, r.bottom, 0.5);
+      EXPECT_TRUE(i == 3 || (r.Width() >= 40 && r.Height() >= 30)) << i;
+      EXPECT_TRUE(WaitFor([&] { return BitmapSize(*g) == QSize(r.Width(), r.Height()); })) << i;
+      for (const CRect& o : rects) {
+        CRect both;
+        EXPECT_FALSE(both.IntersectRect(&o, &r)) << "graph " << i;
+      }
+      rects.push_back(r);
+    }
+    EXPECT_EQ(CRect(info[0].rcWindow) == rects[0], s.expect == base) << "back at the Create size, the Create layout";
+  }
+
+  // Off on the live window: the size is fixed and the graphs stay.
+  w.EnableResize(FALSE);
+  EXPECT_FALSE(w.GetStyle() & WS_THICKFRAME);
+  w.GetQWidget()->resize(800, 600);
+  COrvekGlobals::PumpMessages(50);
+  EXPECT_EQ(base, ClientSize(w));
+  w.EnableResize(TRUE);
+  ASSERT_TRUE(ResizeTo(w, {780, 450}, {780, 450}));
+  CRect r;
+  ASSERT_EQ(S_OK, w.GetGraphWndRect(1, &r));
+  EXPECT_EQ(CRect(465, 15, 765, 315), r);
+  w.Destroy();
+
+  // Off before Create: the window of old, fixed at its size.
+  CGraphsWindow fixed;
+  fixed.EnableResize(FALSE);
+  info[0].rcWindow = CRect(0, 0, 200, 100);
+  ASSERT_EQ(1, fixed.Create(info, 1, nullptr, 50.0f));
+  EXPECT_FALSE(fixed.GetStyle() & WS_THICKFRAME);
+  fixed.ShowWindow();
+  fixed.GetQWidget()->resize(700, 500);
+  COrvekGlobals::PumpMessages(50);
+  EXPECT_EQ(QSize(220, 120), ClientSize(fixed));
+  ASSERT_EQ(S_OK, fixed.GetGraphWndRect(0, &r));
+  EXPECT_EQ(CRect(10, 10, 210, 110), r);
+  fixed.Destroy();
+}
+
+TEST(Resize, GraphsWindowMadeAgainAnswersItsNewRectangles) {
+  tagGraphWndInfo info[] = {{{0, 0, 300, 200}, nullptr, nullptr, nullptr, 1}};
+  CGraphsWindow w;
+  ASSERT_EQ(1, w.Create(info, 1, nullptr, 50.0f));
+  w.GetQWidget()->close();
+  ASSERT_FALSE(::IsWindow(w.m_hWnd));
+  info[0].rcWindow = CRect(0, 0, 100, 80);
+  ASSERT_EQ(1, w.Create(info, 1, nullptr, 50.0f));
+  CRect r;
+  ASSERT_EQ(S_OK, w.GetGraphWndRect(0, &r));
+  EXPECT_EQ(CRect(10, 10, 110, 90), r);
+  w.ShowWindow();
+  ASSERT_TRUE(ResizeTo(w, {240, 200}, {240, 200}));
+  ASSERT_EQ(S_OK, w.GetGraphWndRect(0, &r));
+  EXPECT_EQ(CRect(20, 20, 220, 180), r);
+  w.Destroy();
+}
+
+// Four host threads feed four graphs as fast as they can while the GUI
+// thread closes the window after a short random time, in one of three ways.
+// Every feeder must end on E_FAIL, and nothing may crash or hang.
+TEST(GraphsWindowStress, CloseWhileFeeding) {
+  std::mt19937 rng(20240611);
+  std::uniform_int_distribution<int> delay(0, 15);
+  long long totalCalls = 0;
+  for (int round = 0; round < 200; ++round) {
+    tagGraphWndInfo info[4];
+    for (int i = 0; i < 4; ++i) info[i] = tagGraphWndInfo{{0, 0, 220, 140}, L"feed", L"n", L"v", i == 3 ? 2 : 1};
+    auto* w = new CGraphsWindow;
+    ASSERT_EQ(1, w->Create(info, 4, nullptr, 100.0f));
+    EXPECT_EQ(S_OK, w->SetROIAutoY(1, 0, 512, 0, 1, 4, 4));
+    w->ShowWindow();
+
+    std::atomic<int> finished{0};
+    LONG last[4] = {S_OK, S_OK, S_OK, S_OK};
+    long long calls[4] = {0, 0, 0, 0};
+    std::vector<std::thread> feeders;
+    for (int g = 0; g < 4; ++g) {
+      feeders.emplace_back([&, g] {
+        std::vector<float> block = Sine(512, 1 + g);
+        std::vector<short> raw(512, static_cast<short>(g));
+        LONG r = S_OK;
+        while (r == S_OK) {
+          switch (g) {
+            case 0: r = w->DrawGraph<float>(0, block.data(), 512, 1, 0); break;
+            case 1: r = w->DrawGraphHistory<float>(1, block.data(), 512, 4096, 1, 0); break;
+            case 2: r = w->DrawGraphAvg<float>(2, block.data(), 512, 0.2, 1, 0); break;
+            default:
+              r = w->DrawGraph<short>(3, raw.data(), 256, 2, static_cast<int>(calls[g] & 1));
+              if (r == S_OK) r = w->IsGraphDrawed(3) >= 0 ? S_OK : E_FAIL;
+              break;
+          }
+          ++calls[g];
+        }
+        last[g] = r;
+        ++finished;
+      });
+    }
+    COrvekGlobals::PumpMessages(static_cast<DWORD>(delay(rng)));
+    switch (round % 3) {
+      case 0: w->GetQWidget()->close(); break;   // the user's close box
+      case 1: w->Destroy(); break;               // the host ends the graphs
+      default: w->PostMessage(WM_CLOSE); break;  // a close that waits in the queue
+    }
+    if (!WaitFor([&] { return finished.load() == 4; }, 10000)) {
+      std::fprintf(stderr, "round %d: a feeder did not end\n", round);
+      std::abort();  // a hang must not hold up the whole run
+    }
+    for (auto& t : feeders) t.join();
+    for (int g = 0; g < 4; ++g) {
+      EXPECT_EQ(E_FAIL, last[g]) << "round " << round << " graph " << g;
+      totalCalls += calls[g];
+    }
+    delete w;
+  }
+  COrvekGlobals::PumpMessages(20);
+  EXPECT_GT(totalCalls, 2000) << "the feeders really fed";
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <QImage>
+#include <QSize>
+#include <QWidget>
 
 #include <atomic>
 #include <cmath>
@@ -11,10 +13,10 @@
 #include <vector>
 
 #include <orvek/Orvek.h>
+#include <orvek/plotting/drawer/GraphDrawer.h>
 // Graph windows paint on a 40 ms timer: a longer wait than the window layer's.
 #define ORVEK_TEST_WAIT_MS 3000
 #include <support/EventWait.h>
-
 
 inline std::wstring TestPath(const char* name) {
   const std::string p = std::string(ORVEK_TEST_BINARY_DIR) + "/" + name;
@@ -26,9 +28,39 @@ inline QImage LoadPng(const std::wstring& path) { return QImage(QString::fromStd
 // The first curve's pen (0xC080FF00) over the black ground.
 inline bool IsCurvePixel(QRgb p) { return qGreen(p) > 150 && qRed(p) > 60 && qRed(p) < 140 && qBlue(p) < 40; }
 
+inline QSize BitmapSize(const CGraphWnd& g) {
+  const Gdiplus::Bitmap* b = g.m_pDrawer->m_pFrameBitmap;
+  return QSize(static_cast<int>(b->GetWidth()), static_cast<int>(b->GetHeight()));
+}
+
+inline QSize ClientSize(const CWnd& w) {
+  CRect rc;
+  w.GetClientRect(&rc);
+  return QSize(rc.Width(), rc.Height());
+}
+
+// Resizes a top-level window as a user's drag does and waits for the layout.
+inline bool ResizeTo(CWnd& w, QSize size, QSize expect) {
+  w.GetQWidget()->resize(size);
+  return WaitFor([&] { return ClientSize(w) == expect; });
+}
+
+// Mean row of the first curve's pixels in a column, or -1 where it has none.
+inline double CurveRow(const QImage& img, int x) {
+  double sum = 0;
+  int count = 0;
+  for (int y = 0; y < img.height(); ++y)
+    if (IsCurvePixel(img.pixel(x, y))) {
+      sum += y;
+      ++count;
+    }
+  return count ? sum / count : -1.0;
+}
+
 inline std::vector<float> Sine(int n, double periods, double amplitude = 1.0) {
   std::vector<float> v(static_cast<std::size_t>(n));
-  for (int i = 0; i < n; ++i) v[static_cast<std::size_t>(i)] = static_cast<float>(amplitude * std::sin(6.283185307 * periods * i / n));
+  for (int i = 0; i < n; ++i)
+    v[static_cast<std::size_t>(i)] = static_cast<float>(amplitude * std::sin(6.283185307 * periods * i / n));
   return v;
 }
 

@@ -11,7 +11,6 @@
 #include <QWidget>
 #include <QtTest/QTest>
 
-#include <orvek/plotting/drawer/GraphDrawer.h>
 
 namespace {
 
@@ -194,8 +193,7 @@ TEST(Interaction, PauseByKeyAndMenuAndExportFromTheMenu) {
   EXPECT_TRUE(lines[1].startsWith("0,0,0"));
   EXPECT_EQ(E_POINTER, s.g.ExportData(nullptr));
 
-  // Save image... writes what the user sees, legend included; Copy image
-  // puts the same picture on the clipboard.
+  // Save image... writes what the user sees, legend included; Copy image puts the same picture on the clipboard.
   s.g.SetCurveStyle(0, L"named", 0, 0);
   const QString png = QString::fromStdWString(TestPath("menu_image.png"));
   QFile::remove(png);

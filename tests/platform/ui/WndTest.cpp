@@ -1,5 +1,7 @@
 #include "UiTest.h"
 
+#include <support/SessionEnvironment.h>
+
 #include <QImage>
 #include <QPainter>
 #include <QPointer>
@@ -10,6 +12,8 @@
 #include <vector>
 
 namespace {
+
+const auto* g_session = AddSessionEnvironment();
 
 std::vector<std::string> g_events;
 
@@ -44,6 +48,7 @@ class Probe : public CWnd {
   }
   void OnTimer(UINT id) override {
     timerIds.push_back(id);
+    if (quitAt && timerIds.size() == quitAt) PostQuitMessage(static_cast<int>(id));
     CWnd::OnTimer(id);
   }
   void OnClose() override {
@@ -70,6 +75,7 @@ class Probe : public CWnd {
   std::thread::id onThread;
   BOOL swallow = FALSE;
   bool hideOnClose = false;
+  std::size_t quitAt = 0;  // ends the loop at that many ticks
   std::atomic<int> paints{0};
   QColor fill = Qt::red;
 };
@@ -104,8 +110,7 @@ TEST(Window, HandlesLiveExactlyAsLongAsTheirWindows) {
   EXPECT_NE(hTop, top.m_hWnd);
   EXPECT_FALSE(IsWindow(hTop));
 
-  // Refusals: a second window on one object, a child without parent, an
-  // unknown class.
+  // Refusals: a second window on one object, a child without parent, an unknown class.
   EXPECT_FALSE(top.MakeTop());
   Probe orphan, odd;
   EXPECT_FALSE(orphan.Create(nullptr, nullptr, WS_CHILD, CRect(0, 0, 5, 5), nullptr, 1));
@@ -171,8 +176,7 @@ TEST(Window, QueuedMessagesPassPreTranslateOfTheWindowAndItsParents) {
 
   // Sent messages run at once and answer.
   EXPECT_EQ(42, SendMessageW(child.m_hWnd, WM_USER + 2, 21, 0));
-  // Default() hands the message being handled to the class: WM_SETTEXT
-  // sets the text, GetWindowTextW reads it back.
+  // Default() hands the message being handled to the class: WM_SETTEXT sets the text, GetWindowTextW reads it back.
   child.SetWindowTextW(L"caption");
   CStringW text;
   child.GetWindowTextW(text);
@@ -303,8 +307,7 @@ TEST(Window, GeometryIsInScreenCoordinatesWithTheReportedFrame) {
   CRect r;
   top.GetWindowRect(&r);
   EXPECT_EQ(CRect(100, 120, 400, 320), r);
-  // The frame is what the platform reports, the same for AdjustWindowRectEx,
-  // CalcWindowRect and the window itself.
+  // The frame is what the platform reports, the same for AdjustWindowRectEx, CalcWindowRect and the window itself.
   CRect client;
   top.GetClientRect(&client);
   CRect grown(0, 0, client.Width(), client.Height());
@@ -329,8 +332,7 @@ TEST(Window, GeometryIsInScreenCoordinatesWithTheReportedFrame) {
   EXPECT_EQ(client.Width() / 2 - 25, r.left);
   EXPECT_EQ(client.Height() / 2 - 20, r.top);
 
-  // A top-level window centres over its visible owner, and with none (or a
-  // hidden one) on the screen.
+  // A top-level window centres over its visible owner, and with none (or a hidden one) on the screen.
   ASSERT_TRUE(owner.MakeTop(kToolStyle, nullptr, CRect(200, 100, 600, 500)));
   owner.ShowWindow(SW_SHOW);
   Probe owned;
@@ -369,6 +371,50 @@ TEST(Window, TheGuiThreadHasTheRecordOfTheMainWindow) {
     EXPECT_EQ(&main, AfxGetMainWnd());  // the host's pointer stays while the object lives
   }
   EXPECT_EQ(nullptr, thread->GetMainWnd());
+}
+
+TEST(Loop, PumpMessagesRunsTimersForTheGivenTime) {
+  Probe w;
+  ASSERT_TRUE(w.CreateEx(0, nullptr, L"", kToolStyle, CRect(0, 0, 100, 100), nullptr, 0));
+  w.SetTimer(1, 10);
+  const DWORD start = GetTickCount();
+  COrvekGlobals::PumpMessages(120);
+  EXPECT_GE(GetTickCount() - start, 120u);
+  EXPECT_GE(w.timerIds.size(), 3u);
+}
+
+TEST(Loop, RunMessageLoopEndsWithTheLastWindowOrWithQuit) {
+  // Nothing visible: nothing to wait for.
+  EXPECT_EQ(0, COrvekGlobals::RunMessageLoop());
+
+  // The last visible window closes (from another thread's post).
+  Probe a;
+  ASSERT_TRUE(a.CreateEx(0, nullptr, L"", kToolStyle | WS_VISIBLE, CRect(0, 0, 100, 100), nullptr, 0));
+  const HWND h = a.m_hWnd;
+  std::thread closer([h] {
+    Sleep(50);
+    EXPECT_TRUE(PostMessageW(h, WM_CLOSE, 0, 0));
+  });
+  EXPECT_EQ(0, COrvekGlobals::RunMessageLoop());
+  closer.join();
+  EXPECT_FALSE(IsWindow(h));
+
+  // WM_QUIT from a handler on this thread, with its exit code.
+  Probe b;
+  ASSERT_TRUE(b.CreateEx(0, nullptr, L"", kToolStyle | WS_VISIBLE, CRect(0, 0, 100, 100), nullptr, 0));
+  b.quitAt = 3;
+  b.SetTimer(11, 5);
+  EXPECT_EQ(11, COrvekGlobals::RunMessageLoop());
+  EXPECT_TRUE(IsWindow(b.m_hWnd));
+
+  // WM_QUIT from another thread, once this thread has a queue to post to.
+  b.KillTimer(11);
+  const DWORD gui = GetCurrentThreadId();
+  std::thread quitter([gui] {
+    while (!PostThreadMessageW(gui, WM_QUIT, 7, 0)) Sleep(1);
+  });
+  EXPECT_EQ(7, COrvekGlobals::RunMessageLoop());
+  quitter.join();
 }
 
 }  // namespace

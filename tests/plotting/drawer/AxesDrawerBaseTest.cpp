@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <orvek/frame/OrvekGlobals.h>
@@ -29,7 +30,7 @@ class Recorder : public CAxesDrawerBase {
   using CAxesDrawerBase::OffsetRectToBoundsCenter;
 
   std::vector<std::string> calls;
-  std::vector<std::pair<int, int>> grid;  // (x1, y1) of each line
+  std::vector<std::pair<int, int>> grid;               // (x1, y1) of each line
   std::vector<std::pair<std::string, tagRECT>> texts;  // drawn captions, axis by axis
   std::vector<std::pair<std::string, tagRECT>> legends;
 
@@ -81,8 +82,7 @@ std::vector<std::string> Drawn(const Recorder& r, char axis) {
   return out;
 }
 
-// FNV-1a over everything a drawing did: calls, grid lines, texts and where
-// they went.
+// FNV-1a over everything a drawing did: calls, grid lines, texts and where they went.
 std::uint64_t Fingerprint(const Recorder& r) {
   std::uint64_t h = 1469598103934665603ull;
   auto mix = [&](long long v) {
@@ -105,56 +105,47 @@ bool Same(const tagRECT& a, const tagRECT& b) {
 
 }  // namespace
 
-TEST(Axes, GridStepsAndFirstLines) {
+TEST(Axes, GridStepsFirstLinesAndCaptions) {
   Recorder r;
   float first = 0, step = 0;
-  for (float wanted : {1.0f, 2.0f, 5.0f, 10.0f, 0.5f}) {
-    r.GetGridStepX(0, 0, wanted, &first, &step);
-    EXPECT_EQ(step, wanted);
+  // {min, wanted step, step, first line}: steps round up to 1, 2 or 5 a decade; a wanted 0 gives none.
+  const float steps[][4] = {{0, 1, 1, 0},       {0, 2, 2, 0},    {0, 5, 5, 0},    {0, 10, 10, 0},
+                            {0, 0.5f, 0.5f, 0}, {0, 2.5f, 5, 0}, {0, 7, 10, 0},   {0, 0.1f, 0.2f, 0},
+                            {0, 0.2f, 0.5f, 0}, {0, 1.4f, 2, 0}, {3.7f, 1, 1, 3}, {-3.7f, 1, 1, -4},
+                            {0, 0, 0, 0}};
+  for (const auto& s : steps) {
+    r.GetGridStepX(s[0], 0, s[1], &first, &step);
+    EXPECT_EQ(step, s[2]) << s[1];
+    if (s[0] != 0) {
+      EXPECT_EQ(first, s[3]) << s[0];
+    }
   }
-  const std::pair<float, float> rounded[] = {{2.5f, 5.0f}, {7.0f, 10.0f}, {0.1f, 0.2f}, {0.2f, 0.5f}, {1.4f, 2.0f}};
-  for (const auto& [wanted, expected] : rounded) {
-    r.GetGridStepX(0, 0, wanted, &first, &step);
-    EXPECT_EQ(step, expected) << wanted;
-  }
-  r.GetGridStepX(3.7f, 0, 1.0f, &first, &step);
-  EXPECT_EQ(first, 3.0f);
-  r.GetGridStepX(-3.7f, 0, 1.0f, &first, &step);
-  EXPECT_EQ(first, -4.0f);
-  r.GetGridStepX(0, 0, 0.0f, &first, &step);  // empty range: no step
-  EXPECT_EQ(step, 0.0f);
+  // {value, step, form, caption}: form 0 scales by a power of ten, form 1 writes the number (whole beyond 32 bits).
+  const struct {
+    float value, step;
+    int form;
+    const char* text;
+  } captions[] = {// clang-format off
+      {0, 200, 0, " 0 "},          {0, 0.2f, 1, " 0 "},         {200, 200, 0, " 0.2  E3 "}, {10000, 1000, 0, " 1  E4 "},
+      {-400, 200, 0, " -0.4  E3 "}, {1.5f, 0.5f, 0, " 1.5 "},     {1.2f, 0.2f, 1, " 1.2 "},   {1.0f, 0.2f, 1, " 1 "},
+      {2.0f, 0.01f, 1, " 2 "},     {1.5f, 0.01f, 1, " 1.5 "},    {3.7f, 1.0f, 1, " 3 "},     {-3.7f, 1.0f, 1, " -3 "},
+      {5.0e9f, 1.0e9f, 1, " 5000000000 "}};  // clang-format on
+  for (const auto& c : captions) EXPECT_EQ(Caption(c.value, c.step, c.form), c.text) << c.value << "/" << c.step;
 
-  // 0 to 7 in 5 cells: step 2, lines at 0, 2, 4, 6; the one at the left edge
-  // keeps its caption but draws no line.
+  // 0 to 7 in 5 cells: step 2, lines at 0, 2, 4, 6; the one at the left edge keeps its caption but draws no line.
   r.DrawAxes({0, 0, 701, 401}, L"t", 0, 7, 5, L"x", 1, 2, 1, L"y");
   std::vector<int> columns;
   for (const auto& g : r.grid)
     if (g.first >= 0) columns.push_back(g.first);
   EXPECT_EQ(columns, (std::vector<int>{200, 400, 600}));
   EXPECT_EQ(Drawn(r, 'x'), (std::vector<std::string>{" 0 ", " 2 ", " 4 ", " 6 "}));
-
   // First lines are moved inside the range, also below zero.
-  Recorder a, b;
-  a.DrawAxes({0, 0, 701, 401}, L"", 3.7f, 9.0f, 5, L"", 1, 2, 1, L"");
-  EXPECT_EQ(Drawn(a, 'x').front(), " 4 ");
-  b.DrawAxes({0, 0, 701, 401}, L"", -3.7f, 1.0f, 5, L"", 1, 2, 1, L"");
-  EXPECT_EQ(Drawn(b, 'x').front(), " -3 ");
-}
-
-TEST(Axes, CaptionForms) {
-  EXPECT_EQ(Caption(0, 200, 0), " 0 ");
-  EXPECT_EQ(Caption(0, 0.2f, 1), " 0 ");
-  EXPECT_EQ(Caption(200, 200, 0), " 0.2  E3 ");
-  EXPECT_EQ(Caption(10000, 1000, 0), " 1  E4 ");  // 1.0 loses its zero and point
-  EXPECT_EQ(Caption(-400, 200, 0), " -0.4  E3 ");
-  EXPECT_EQ(Caption(1.5f, 0.5f, 0), " 1.5 ");  // e = 0: the plain number
-  EXPECT_EQ(Caption(1.2f, 0.2f, 1), " 1.2 ");
-  EXPECT_EQ(Caption(1.0f, 0.2f, 1), " 1 ");
-  EXPECT_EQ(Caption(2.0f, 0.01f, 1), " 2 ");
-  EXPECT_EQ(Caption(1.5f, 0.01f, 1), " 1.5 ");
-  EXPECT_EQ(Caption(3.7f, 1.0f, 1), " 3 ");
-  EXPECT_EQ(Caption(-3.7f, 1.0f, 1), " -3 ");
-  EXPECT_EQ(Caption(5.0e9f, 1.0e9f, 1), " 5000000000 ");  // beyond 32 bits, still whole
+  for (const auto& [from, to, caption] :
+       {std::tuple<float, float, const char*>{3.7f, 9.0f, " 4 "}, {-3.7f, 1.0f, " -3 "}}) {
+    Recorder a;
+    a.DrawAxes({0, 0, 701, 401}, L"", from, to, 5, L"", 1, 2, 1, L"");
+    EXPECT_EQ(Drawn(a, 'x').front(), caption);
+  }
 }
 
 TEST(Axes, VirtualCallOrder) {
@@ -210,84 +201,68 @@ TEST(Axes, LegendsAndDroppedCaptions) {
   EXPECT_TRUE(empty.grid.empty());
   EXPECT_EQ(empty.legends[1].second.bottom, 201);
   EXPECT_EQ(empty.legends[2].second.left, 0);
+  // A step so small against the values that adding it changes nothing ends.
+  Recorder tiny;
+  tiny.DrawAxes({0, 0, 301, 201}, L"", 1.0e8f, 1.0e8f + 64.0f, 1000000, L"", 0, 1, 0, L"");
+  EXPECT_LE(tiny.texts.size(), 200u);
+  // GetX and GetY of the ends of a range.
+  EXPECT_EQ((std::vector<int>{
+                CAxesDrawerBase::GetX({10, 0, 110, 50}, 0, 1, 0), CAxesDrawerBase::GetX({10, 0, 110, 50}, 0, 1, 1),
+                CAxesDrawerBase::GetY({0, 10, 50, 110}, 0, 1, 0), CAxesDrawerBase::GetY({0, 10, 50, 110}, 0, 1, 1)}),
+            (std::vector<int>{10, 109, 109, 10}));
 }
 
-TEST(Axes, DegenerateRangesEnd) {
+TEST(Placement, AxesFormAndHostForm) {
   Recorder r;
-  // A step so small against the values that adding it changes nothing.
-  r.DrawAxes({0, 0, 301, 201}, L"", 1.0e8f, 1.0e8f + 64.0f, 1000000, L"", 0, 1, 0, L"");
-  EXPECT_LE(r.texts.size(), 200u);
-  // GetX of the ends of a range.
-  EXPECT_EQ(CAxesDrawerBase::GetX({10, 0, 110, 50}, 0, 1, 0), 10);
-  EXPECT_EQ(CAxesDrawerBase::GetX({10, 0, 110, 50}, 0, 1, 1), 109);
-  EXPECT_EQ(CAxesDrawerBase::GetY({0, 10, 50, 110}, 0, 1, 0), 109);
-  EXPECT_EQ(CAxesDrawerBase::GetY({0, 10, 50, 110}, 0, 1, 1), 10);
-}
-
-TEST(Placement, AxesForm) {
-  Recorder r;
-  const tagRECT bounds = {0, 0, 100, 100};
-  std::vector<tagRECT> used;
-  tagRECT rect = {-5, 10, 15, 20};
-  EXPECT_TRUE(r.CalculateClosestNonIntersectRect(&rect, &bounds, &used));  // brought into the bounds
-  EXPECT_TRUE(Same(rect, {0, 10, 20, 20}));
-
-  // Ties: above before below, right before left.
-  used = {{10, 10, 20, 20}};
-  rect = {10, 10, 20, 20};
-  EXPECT_TRUE(r.CalculateClosestNonIntersectRect(&rect, &bounds, &used));
-  EXPECT_TRUE(Same(rect, {10, 0, 20, 10}));
-  const tagRECT flat = {0, 10, 100, 20};
-  rect = {10, 10, 20, 20};
-  EXPECT_TRUE(r.CalculateClosestNonIntersectRect(&rect, &flat, &used));
-  EXPECT_TRUE(Same(rect, {20, 10, 30, 20}));
-
+  const tagRECT box = {0, 0, 100, 100}, flat = {0, 10, 100, 20};
+  const struct {
+    const char* what;
+    tagRECT bounds;
+    std::vector<tagRECT> used;
+    tagRECT start;
+    bool found;
+    tagRECT placed;
+  } rows[] = {
+      {"brought into the bounds", box, {}, {-5, 10, 15, 20}, true, {0, 10, 20, 20}},
+      {"ties: above before below", box, {{10, 10, 20, 20}}, {10, 10, 20, 20}, true, {10, 0, 20, 10}},
+      {"ties: right before left", flat, {{10, 10, 20, 20}}, {10, 10, 20, 20}, true, {20, 10, 30, 20}},
+      // clang-format off
+      {"wider than the bounds: aligned left, no place", box, {{0, 0, 50, 50}}, {10, 10, 210, 20}, false, {0, 10, 200, 20}},
+      {"diagonal when the straight ones are blocked", box,
+       {{40, 40, 60, 60}, {40, 20, 60, 40}, {40, 60, 60, 80}, {20, 40, 40, 60}, {60, 40, 80, 60}},
+       {45, 45, 55, 55}, true, {60, 30, 70, 40}},
+      // clang-format on
+  };
+  for (auto row : rows) {
+    EXPECT_EQ(r.CalculateClosestNonIntersectRect(&row.start, &row.bounds, &row.used), row.found) << row.what;
+    EXPECT_TRUE(Same(row.start, row.placed)) << row.what;
+  }
   // Shared edges do not intersect, so a candidate may lie against one.
   const tagRECT a = {0, 0, 10, 10}, b = {10, 0, 20, 10};
   EXPECT_FALSE(r.IsRectsIntersects(&a, &b));
-
-  // Wider than the bounds: aligned left, every candidate fails, false.
-  used = {{0, 0, 50, 50}};
-  rect = {10, 10, 210, 20};
-  EXPECT_FALSE(r.CalculateClosestNonIntersectRect(&rect, &bounds, &used));
-  EXPECT_TRUE(Same(rect, {0, 10, 200, 20}));
-
-  // A diagonal candidate when the straight ones are blocked.
-  used = {{40, 40, 60, 60}, {40, 20, 60, 40}, {40, 60, 60, 80}, {20, 40, 40, 60}, {60, 40, 80, 60}};
-  rect = {45, 45, 55, 55};
-  EXPECT_TRUE(r.CalculateClosestNonIntersectRect(&rect, &bounds, &used));
-  EXPECT_TRUE(Same(rect, {60, 30, 70, 40}));
-
   float best = 1.0f;
-  tagRECT bestRect = {};
-  const tagRECT start = {0, 0, 10, 10};
-  tagRECT probe = start;
-  EXPECT_FALSE(r.AddToRectStat(&probe, 3, 4, &best, &bestRect, &bounds, &used));  // 5 is not below 1
-}
+  tagRECT bestRect = {}, probe = {0, 0, 10, 10};
+  std::vector<tagRECT> used;
+  EXPECT_FALSE(r.AddToRectStat(&probe, 3, 4, &best, &bestRect, &box, &used));  // 5 is not below 1
 
-TEST(Placement, HostForm) {
+  // The host's form leaves a rectangle outside the bounds there, and an empty one meets nothing.
   CRect bounds(0, 0, 100, 100);
-  std::vector<CRect> used;
-  CRect rect(-5, 10, 15, 20);
-  EXPECT_TRUE(COrvekGlobals::CalculateClosestNonIntersectRect(&rect, bounds, &used));
-  EXPECT_EQ(rect, CRect(-5, 10, 15, 20));  // not brought into the bounds
-  EXPECT_TRUE(COrvekGlobals::CalculateClosestNonIntersectRect(&rect, bounds, nullptr));
-  EXPECT_EQ(rect, CRect(-5, 10, 15, 20));
-
-  used = {CRect(10, 10, 20, 20)};
-  rect = CRect(10, 10, 20, 20);
-  EXPECT_TRUE(COrvekGlobals::CalculateClosestNonIntersectRect(&rect, bounds, &used));
-  EXPECT_EQ(rect, CRect(10, 0, 20, 10));
-  CRect empty(12, 12, 12, 18);  // an empty rectangle meets nothing
-  EXPECT_TRUE(COrvekGlobals::CalculateClosestNonIntersectRect(&empty, bounds, &used));
-  EXPECT_EQ(empty, CRect(12, 12, 12, 18));
-  CRect full(0, 0, 100, 100);
-  used = {CRect(40, 40, 60, 60)};
-  EXPECT_FALSE(COrvekGlobals::CalculateClosestNonIntersectRect(&full, bounds, &used));
-  EXPECT_EQ(full, CRect(0, 0, 100, 100));
-
+  const struct {
+    std::vector<CRect> used;
+    bool noList;
+    CRect start;
+    bool found;
+    CRect placed;
+  } host[] = {{{}, false, {-5, 10, 15, 20}, true, {-5, 10, 15, 20}},
+              {{}, true, {-5, 10, 15, 20}, true, {-5, 10, 15, 20}},
+              {{{10, 10, 20, 20}}, false, {10, 10, 20, 20}, true, {10, 0, 20, 10}},
+              {{{10, 10, 20, 20}}, false, {12, 12, 12, 18}, true, {12, 12, 12, 18}},
+              {{{40, 40, 60, 60}}, false, {0, 0, 100, 100}, false, {0, 0, 100, 100}}};
+  for (auto h : host) {
+    EXPECT_EQ(COrvekGlobals::CalculateClosestNonIntersectRect(&h.start, bounds, h.noList ? nullptr : &h.used), h.found);
+    EXPECT_EQ(h.start, h.placed);
+  }
   // Inside the bounds both forms agree, case by case.
-  Recorder r;
   unsigned seed = 7;
   auto next = [&](int n) { return static_cast<int>((seed = seed * 1103515245u + 12345u) >> 16) % n; };
   for (int round = 0; round < 300; ++round) {
@@ -303,91 +278,46 @@ TEST(Placement, HostForm) {
     tagRECT axesRect = hostRect;
     if (hostRect.right > 100 || hostRect.bottom > 100) continue;
     const tagRECT axesBounds = bounds;
-    const bool h = COrvekGlobals::CalculateClosestNonIntersectRect(&hostRect, bounds, &hostUsed);
-    const bool a = r.CalculateClosestNonIntersectRect(&axesRect, &axesBounds, &axesUsed);
-    EXPECT_EQ(h, a);
+    EXPECT_EQ(COrvekGlobals::CalculateClosestNonIntersectRect(&hostRect, bounds, &hostUsed),
+              r.CalculateClosestNonIntersectRect(&axesRect, &axesBounds, &axesUsed));
     EXPECT_TRUE(Same(hostRect, axesRect));
   }
 }
 
 // Grids within the cell bound keep the placement they had with the exhaustive
-// search (fingerprints taken from it, up to 4.5 s a drawing here); counts far
-// out of range end quickly.
+// search (fingerprints taken from it, up to 4.5 s a drawing here); counts far out of range end quickly.
 TEST(Axes, OrdinaryGridsKeepTheirPlacement) {
-  struct Case {
-    int w, h;
-    float xMin, xMax;
-    int xDiv;
-    float yMin, yMax;
-    int yDiv;
-    bool keep;
-    std::uint64_t fingerprint;
-  };
-  const Case cases[] = {
-      {400, 300, 0.0f, 7.0f, 5, 0.0f, 1.0f, 3, true, 0xf37c2751faba79daull},
-      {400, 300, 0.0f, 7.0f, 5, 0.0f, 1.0f, 3, false, 0x7f396104ba6e8873ull},
-      {400, 300, 0.0f, 7.0f, 8, 0.0f, 1.0f, 6, true, 0x116b0eee3db03681ull},
-      {400, 300, 0.0f, 7.0f, 8, 0.0f, 1.0f, 6, false, 0xb3521d02c63afc0bull},
-      {400, 300, 0.0f, 7.0f, 10, 0.0f, 1.0f, 7, true, 0x116b0eee3db03681ull},
-      {400, 300, 0.0f, 7.0f, 10, 0.0f, 1.0f, 7, false, 0xb3521d02c63afc0bull},
-      {400, 300, 0.0f, 7.0f, 20, 0.0f, 1.0f, 15, true, 0xfaaa4646634776d7ull},
-      {400, 300, 0.0f, 7.0f, 20, 0.0f, 1.0f, 15, false, 0xabe12f37d176bff0ull},
-      {400, 300, -3.7f, 12.3f, 5, -100000.0f, 300000.0f, 3, true, 0x1577fe8fb74e3238ull},
-      {400, 300, -3.7f, 12.3f, 5, -100000.0f, 300000.0f, 3, false, 0x1577fe8fb74e3238ull},
-      {400, 300, -3.7f, 12.3f, 8, -100000.0f, 300000.0f, 6, true, 0x29ff14e9f920198bull},
-      {400, 300, -3.7f, 12.3f, 8, -100000.0f, 300000.0f, 6, false, 0xff59c2005bc30fe3ull},
-      {400, 300, -3.7f, 12.3f, 10, -100000.0f, 300000.0f, 7, true, 0x29ff14e9f920198bull},
-      {400, 300, -3.7f, 12.3f, 10, -100000.0f, 300000.0f, 7, false, 0xff59c2005bc30fe3ull},
-      {400, 300, -3.7f, 12.3f, 20, -100000.0f, 300000.0f, 15, true, 0xa1270235dcefae1eull},
-      {400, 300, -3.7f, 12.3f, 20, -100000.0f, 300000.0f, 15, false, 0xc5ae4f6317364612ull},
-      {400, 300, 0.0001f, 0.003f, 5, 0.0f, 100.0f, 3, true, 0x8452ff5139d2ea2aull},
-      {400, 300, 0.0001f, 0.003f, 5, 0.0f, 100.0f, 3, false, 0xe9151f71be8b992ull},
-      {400, 300, 0.0001f, 0.003f, 8, 0.0f, 100.0f, 6, true, 0xfbd0dfe8f0c92e4full},
-      {400, 300, 0.0001f, 0.003f, 8, 0.0f, 100.0f, 6, false, 0x7a0b3b590bb159eaull},
-      {400, 300, 0.0001f, 0.003f, 10, 0.0f, 100.0f, 7, true, 0xfbd0dfe8f0c92e4full},
-      {400, 300, 0.0001f, 0.003f, 10, 0.0f, 100.0f, 7, false, 0x7a0b3b590bb159eaull},
-      {400, 300, 0.0001f, 0.003f, 20, 0.0f, 100.0f, 15, true, 0x205cf487716e801aull},
-      {400, 300, 0.0001f, 0.003f, 20, 0.0f, 100.0f, 15, false, 0x2b9b0aa3868fe69aull},
-      {1000, 600, 0.0f, 7.0f, 5, 0.0f, 1.0f, 3, true, 0xf675b5df355e23a7ull},
-      {1000, 600, 0.0f, 7.0f, 5, 0.0f, 1.0f, 3, false, 0xf40b77674705304eull},
-      {1000, 600, 0.0f, 7.0f, 8, 0.0f, 1.0f, 4, true, 0x8d63a1c8014766a6ull},
-      {1000, 600, 0.0f, 7.0f, 8, 0.0f, 1.0f, 4, false, 0xc9027c82cc1e93fcull},
-      {1000, 600, 0.0f, 7.0f, 10, 0.0f, 1.0f, 6, true, 0xd6d3e848b2616eadull},
-      {1000, 600, 0.0f, 7.0f, 10, 0.0f, 1.0f, 6, false, 0xd41d71d25d341b6bull},
-      {1000, 600, 0.0f, 7.0f, 20, 0.0f, 1.0f, 12, true, 0x12c0eec6d25f102eull},
-      {1000, 600, 0.0f, 7.0f, 20, 0.0f, 1.0f, 12, false, 0x803ed3d70b1e58b9ull},
-      {1000, 600, 0.0f, 7.0f, 40, 0.0f, 1.0f, 24, true, 0xc48da0087b0d2617ull},
-      {1000, 600, 0.0f, 7.0f, 40, 0.0f, 1.0f, 24, false, 0x921f4f3910892ed4ull},
-      {1000, 600, -3.7f, 12.3f, 5, -100000.0f, 300000.0f, 3, true, 0x49a9dfa490b53526ull},
-      {1000, 600, -3.7f, 12.3f, 5, -100000.0f, 300000.0f, 3, false, 0x49a9dfa490b53526ull},
-      {1000, 600, -3.7f, 12.3f, 8, -100000.0f, 300000.0f, 4, true, 0x755a54792943e4d9ull},
-      {1000, 600, -3.7f, 12.3f, 8, -100000.0f, 300000.0f, 4, false, 0xe2a3f2a9ba2e9d04ull},
-      {1000, 600, -3.7f, 12.3f, 10, -100000.0f, 300000.0f, 6, true, 0x755a54792943e4d9ull},
-      {1000, 600, -3.7f, 12.3f, 10, -100000.0f, 300000.0f, 6, false, 0xe2a3f2a9ba2e9d04ull},
-      {1000, 600, -3.7f, 12.3f, 20, -100000.0f, 300000.0f, 12, true, 0x82d5ba029cbbbcd7ull},
-      {1000, 600, -3.7f, 12.3f, 20, -100000.0f, 300000.0f, 12, false, 0xc1aa6082342cd8a6ull},
-      {1000, 600, -3.7f, 12.3f, 40, -100000.0f, 300000.0f, 24, true, 0xce5ab50535658affull},
-      {1000, 600, -3.7f, 12.3f, 40, -100000.0f, 300000.0f, 24, false, 0xb64616b5987ef4edull},
-      {1000, 600, 0.0001f, 0.003f, 5, 0.0f, 100.0f, 3, true, 0x331079317161a927ull},
-      {1000, 600, 0.0001f, 0.003f, 5, 0.0f, 100.0f, 3, false, 0x2aaaa873f3411fe3ull},
-      {1000, 600, 0.0001f, 0.003f, 8, 0.0f, 100.0f, 4, true, 0x1c75ae0851a85884ull},
-      {1000, 600, 0.0001f, 0.003f, 8, 0.0f, 100.0f, 4, false, 0x87eae0823ec314e5ull},
-      {1000, 600, 0.0001f, 0.003f, 10, 0.0f, 100.0f, 6, true, 0xc60fd7c3d8da18cbull},
-      {1000, 600, 0.0001f, 0.003f, 10, 0.0f, 100.0f, 6, false, 0xf2c67dfc756eb07aull},
-      {1000, 600, 0.0001f, 0.003f, 20, 0.0f, 100.0f, 12, true, 0x3eb23afccca12c73ull},
-      {1000, 600, 0.0001f, 0.003f, 20, 0.0f, 100.0f, 12, false, 0xba01eba27f275f83ull},
-      {1000, 600, 0.0001f, 0.003f, 40, 0.0f, 100.0f, 24, true, 0x2743500044c50e54ull},
-      {1000, 600, 0.0001f, 0.003f, 40, 0.0f, 100.0f, 24, false, 0xed8dc6577087164eull},
-  };
-  for (const Case& c : cases) {
-    Recorder r;
-    const tagRECT rect = {0, 0, c.w, c.h};
-    if (c.keep)
-      r.DrawAxes(rect, L"Title", c.xMin, c.xMax, c.xDiv, L"x", c.yMin, c.yMax, c.yDiv, L"y");
-    else
-      r.DrawAxes2(rect, L"Title", c.xMin, c.xMax, c.xDiv, L"x", c.yMin, c.yMax, c.yDiv, L"y");
-    EXPECT_EQ(Fingerprint(r), c.fingerprint) << c.w << "x" << c.h << " " << c.xDiv << "/" << c.yDiv;
-  }
+  // Fingerprints by size, range and cell counts, each with captions kept and dropped.
+  const std::uint64_t prints[] = {
+      0xf37c2751faba79daull, 0x7f396104ba6e8873ull, 0x116b0eee3db03681ull, 0xb3521d02c63afc0bull, 0x116b0eee3db03681ull,
+      0xb3521d02c63afc0bull, 0xfaaa4646634776d7ull, 0xabe12f37d176bff0ull, 0x1577fe8fb74e3238ull, 0x1577fe8fb74e3238ull,
+      0x29ff14e9f920198bull, 0xff59c2005bc30fe3ull, 0x29ff14e9f920198bull, 0xff59c2005bc30fe3ull, 0xa1270235dcefae1eull,
+      0xc5ae4f6317364612ull, 0x8452ff5139d2ea2aull, 0x0e9151f71be8b992ull, 0xfbd0dfe8f0c92e4full, 0x7a0b3b590bb159eaull,
+      0xfbd0dfe8f0c92e4full, 0x7a0b3b590bb159eaull, 0x205cf487716e801aull, 0x2b9b0aa3868fe69aull, 0xf675b5df355e23a7ull,
+      0xf40b77674705304eull, 0x8d63a1c8014766a6ull, 0xc9027c82cc1e93fcull, 0xd6d3e848b2616eadull, 0xd41d71d25d341b6bull,
+      0x12c0eec6d25f102eull, 0x803ed3d70b1e58b9ull, 0xc48da0087b0d2617ull, 0x921f4f3910892ed4ull, 0x49a9dfa490b53526ull,
+      0x49a9dfa490b53526ull, 0x755a54792943e4d9ull, 0xe2a3f2a9ba2e9d04ull, 0x755a54792943e4d9ull, 0xe2a3f2a9ba2e9d04ull,
+      0x82d5ba029cbbbcd7ull, 0xc1aa6082342cd8a6ull, 0xce5ab50535658affull, 0xb64616b5987ef4edull, 0x331079317161a927ull,
+      0x2aaaa873f3411fe3ull, 0x1c75ae0851a85884ull, 0x87eae0823ec314e5ull, 0xc60fd7c3d8da18cbull, 0xf2c67dfc756eb07aull,
+      0x3eb23afccca12c73ull, 0xba01eba27f275f83ull, 0x2743500044c50e54ull, 0xed8dc6577087164eull};
+  const float ranges[][4] = {
+      {0.0f, 7.0f, 0.0f, 1.0f}, {-3.7f, 12.3f, -100000.0f, 300000.0f}, {0.0001f, 0.003f, 0.0f, 100.0f}};
+  const std::vector<std::pair<int, int>> small = {{5, 3}, {8, 6}, {10, 7}, {20, 15}},
+                                         large = {{5, 3}, {8, 4}, {10, 6}, {20, 12}, {40, 24}};
+  std::size_t at = 0;
+  for (const auto& [w, h, divs] :
+       {std::tuple<int, int, const std::vector<std::pair<int, int>>*>{400, 300, &small}, {1000, 600, &large}})
+    for (const auto& range : ranges)
+      for (const auto& [xDiv, yDiv] : *divs)
+        for (const bool keep : {true, false}) {
+          Recorder r;
+          const tagRECT rect = {0, 0, w, h};
+          (r.*(keep ? &Recorder::DrawAxes : &Recorder::DrawAxes2))(rect, L"Title", range[0], range[1], xDiv, L"x",
+                                                                   range[2], range[3], yDiv, L"y");
+          ASSERT_LT(at, std::size(prints));
+          EXPECT_EQ(Fingerprint(r), prints[at++]) << w << "x" << h << " " << xDiv << "/" << yDiv << " " << keep;
+        }
+  EXPECT_EQ(at, std::size(prints));
   for (const int div : {0, -5, 51, 1000000, INT_MAX, INT_MIN}) {
     Recorder r;
     const auto t0 = std::chrono::steady_clock::now();
@@ -405,8 +335,8 @@ TEST(Placement, SameAsTheExhaustiveSearch) {
     float d = 3.4028235e38f;
     for (const tagRECT& u : *used) {
       const int above = u.top - start.bottom, below = u.bottom - start.top;
-      for (const auto& [dx, dy] : {std::pair<int, int>{0, above}, {0, below}, {u.right - start.left, 0},
-                                   {u.left - start.right, 0}})
+      for (const auto& [dx, dy] :
+           {std::pair<int, int>{0, above}, {0, below}, {u.right - start.left, 0}, {u.left - start.right, 0}})
         Recorder::AddToRectStat(&start, dx, dy, &d, &best, bounds, used);
       for (const int dy : {above, below})
         for (const tagRECT& v : *used) {
@@ -442,7 +372,7 @@ TEST(Placement, SameAsTheExhaustiveSearch) {
 TEST(Placement, RectanglesNearTheLimits) {
   const int hi = INT_MAX, lo = INT_MIN;
   const tagRECT rects[] = {{lo, lo, hi, hi}, {hi - 5, hi - 5, hi, hi}, {lo, lo, lo + 5, lo + 5}, {hi, 0, lo, 10},
-                           {0, 0, 10, 10},   {lo, 0, hi, 10},         {hi - 1, lo, hi, hi}};
+                           {0, 0, 10, 10},   {lo, 0, hi, 10},          {hi - 1, lo, hi, hi}};
   for (const tagRECT& b : rects)
     for (const tagRECT& r0 : rects) {
       std::vector<tagRECT> used(std::begin(rects), std::end(rects));

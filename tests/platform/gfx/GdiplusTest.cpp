@@ -9,9 +9,9 @@
 #include <vector>
 
 #include <orvek/frame/OrvekGlobals.h>
-#include <support/SessionEnvironment.h>
 #include <orvek/platform/gfx/Gdiplus.h>
 #include <orvek/platform/gfx/QtInterop.h>
+#include <support/SessionEnvironment.h>
 
 using namespace Gdiplus;
 
@@ -40,19 +40,16 @@ TEST(Gfx, BitmapsCopiesClipsAndPng) {
     SolidBrush red(Color(0xFFFF0000u));
     g.FillRectangle(&red, 0, 0, 40, 30);  // only the clip changes
   }
-  EXPECT_EQ(At(a, 9, 3), 0x102030u);
-  EXPECT_EQ(At(a, 10, 3), 0xFF0000u);
-  EXPECT_EQ(At(a, 14, 3), 0xFF0000u);
-  EXPECT_EQ(At(a, 15, 3), 0x102030u);
+  EXPECT_EQ((std::vector<DWORD>{At(a, 9, 3), At(a, 10, 3), At(a, 14, 3), At(a, 15, 3)}),
+            (std::vector<DWORD>{0x102030u, 0xFF0000u, 0xFF0000u, 0x102030u}));
   {
     Graphics g(&b);
     EXPECT_EQ(g.DrawImage(&a, 20, 10, 8, 0, 4, 30, UnitPixel), Ok);  // columns 8..11 to 20..23
     EXPECT_EQ(g.DrawImage(&a, 0, 0, 0, 0, 1, 1, UnitPoint), InvalidParameter);
   }
-  EXPECT_EQ(At(b, 19, 15), 0u);
-  EXPECT_EQ(At(b, 21, 15), 0x102030u);
-  EXPECT_EQ(At(b, 22, 15), 0xFF0000u);
-  EXPECT_EQ(At(b, 22, 5), 0u);  // rows above the copy untouched
+  // Rows above the copy untouched.
+  EXPECT_EQ((std::vector<DWORD>{At(b, 19, 15), At(b, 21, 15), At(b, 22, 15), At(b, 22, 5)}),
+            (std::vector<DWORD>{0u, 0x102030u, 0xFF0000u, 0u}));
   const std::string path = std::string(ORVEK_TEST_BINARY_DIR) + "/gfx_copy.png";
   ASSERT_EQ(b.SavePng(path.c_str()), Ok);
   QImage back(QString::fromStdString(path));
@@ -93,8 +90,7 @@ TEST(Gfx, FontsAndText) {
   EXPECT_LT(inkBottom, 20 + static_cast<int>(box.Height));
 }
 
-// The coverage stroker against Qt's own polyline of the same pen, with a clip
-// and points outside the bitmap.
+// The coverage stroker against Qt's own polyline of the same pen, with a clip and points outside the bitmap.
 TEST(Gfx, WideStrokeEqualsQtPolyline) {
   std::vector<PointF> points;
   for (int i = 0; i < 3000; ++i)
@@ -154,8 +150,7 @@ TEST(Gfx, NonFinitePointsBreakThinLines) {
 
 // Pixel centres lie on integer coordinates: a 1-pixel pen along one lights
 // that row or column alone, with or without antialiasing, through every call
-// that draws lines, at ratio 1 and 2 (logical pixels read back as the mean
-// of their physical ones).
+// that draws lines, at ratio 1 and 2 (logical pixels read back as the mean of their physical ones).
 TEST(Gfx, ThinPensLightWholePixels) {
   const Pen pen(Color(0xFFFFFFFFu), 1.0f);
   for (const REAL ratio : {1.0f, 2.0f})
@@ -175,17 +170,13 @@ TEST(Gfx, ThinPensLightWholePixels) {
         } else {
           ASSERT_EQ(g.DrawRectangle(&pen, 6, 10, 14, 5), Ok);  // rows 10 and 15, columns 6 and 20
         }
-        for (int x = 7; x < 20; ++x) {
-          EXPECT_EQ(At(b, x, 10), 0xFFFFFFu) << x;
-          EXPECT_EQ(At(b, x, 9), 0u) << x;
-          EXPECT_EQ(At(b, x, 11), 0u) << x;
-        }
-        for (int y = 11; y < 15; ++y) {
-          EXPECT_EQ(At(b, 6, y), 0xFFFFFFu) << y;
-          EXPECT_EQ(At(b, 5, y), 0u) << y;
-          EXPECT_EQ(At(b, 7, y), 0u) << y;
-          EXPECT_EQ(At(b, 20, y), call == 2 ? 0xFFFFFFu : 0u) << y;
-        }
+        const DWORD on = 0xFFFFFFu, right = call == 2 ? on : 0u;
+        for (int x = 7; x < 20; ++x)
+          EXPECT_EQ((std::vector<DWORD>{At(b, x, 9), At(b, x, 10), At(b, x, 11)}), (std::vector<DWORD>{0, on, 0})) << x;
+        for (int y = 11; y < 15; ++y)
+          EXPECT_EQ((std::vector<DWORD>{At(b, 5, y), At(b, 6, y), At(b, 7, y), At(b, 20, y)}),
+                    (std::vector<DWORD>{0, on, 0, right}))
+              << y;
         if (call == 2) {
           for (const int x : {6, 20})
             for (const int y : {10, 15}) EXPECT_EQ(At(b, x, y), 0xFFFFFFu) << x << "," << y;  // full corners
@@ -240,17 +231,14 @@ TEST(Gfx, WidePensKeepTheirPicture) {
 
 // A bitmap at a device pixel ratio: logical size and coordinates everywhere,
 // physical pixels in storage and in the PNG. The same drawing at ratio 2
-// averages, block by block, to the drawing at ratio 1, with sharper edges
-// than a doubling of it would have.
+// averages, block by block, to the drawing at ratio 1, with sharper edges than a doubling of it would have.
 TEST(Gfx, DevicePixelRatio) {
   for (const REAL bad : {0.0f, -1.0f, std::nanf(""), INFINITY})
     EXPECT_EQ(Bitmap(10, 10, PixelFormat32bppRGB, bad).GetLastStatus(), InvalidParameter) << bad;
   const int W = 90, H = 60;
   Bitmap one(W, H), two(W, H, PixelFormat32bppRGB, 2.0f), unit(W, H, PixelFormat32bppRGB, 1.0f);
   ASSERT_EQ(two.GetLastStatus(), Ok);
-  EXPECT_EQ(two.GetWidth(), static_cast<UINT>(W));
-  EXPECT_EQ(two.GetHeight(), static_cast<UINT>(H));
-  EXPECT_EQ(two.GetDevicePixelRatio(), 2.0f);
+  EXPECT_EQ(std::make_pair(two.GetWidth(), two.GetHeight()), std::make_pair(UINT(W), UINT(H)));
   EXPECT_EQ(one.GetDevicePixelRatio(), 1.0f);
   EXPECT_EQ(QtImage(&two)->size(), QSize(2 * W, 2 * H));
   Bitmap odd(5, 3, PixelFormat32bppRGB, 1.5f);  // physical sizes round up

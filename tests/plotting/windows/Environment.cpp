@@ -1,7 +1,0 @@
-#include "WindowsTest.h"
-
-#include <support/SessionEnvironment.h>
-
-namespace {
-const auto* g_session = AddSessionEnvironment();
-}  // namespace
