@@ -109,18 +109,20 @@ LONG CLogFile::AddString(const wchar_t* pText, bool bStamp) {
 }
 
 LONG CLogFile::Close() {
-  if (m_pSection && m_pFile) {
+  if (m_pSection) {
     CSingleLock lock(m_pSection, TRUE);
-    try {
-      (void)AddString(timeLine(L"\nLog finished:\t%02d.%02d.%d at %d:%02d:%02d\n"), false);
-      m_pFile->Close();
-    } catch (...) {
-      lock.Unlock();
-      release();
-      throw;
+    if (m_pFile) {
+      try {
+        (void)AddString(timeLine(L"\nLog finished:\t%02d.%02d.%d at %d:%02d:%02d\n"), false);
+        m_pFile->Close();
+      } catch (...) {
+        lock.Unlock();
+        release();
+        throw;
+      }
+      delete m_pFile;
+      m_pFile = nullptr;
     }
-    delete m_pFile;
-    m_pFile = nullptr;
   }
   release();
   return S_OK;

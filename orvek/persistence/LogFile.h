@@ -41,10 +41,12 @@ class ORVEK_API CLogFile {
 
  private:
   ORVEK_RESULT LONG AddString(const wchar_t* pText, bool bStamp);
-  // Closes and frees the file and the lock, without writing.
-  void release();
+  // Closes and frees the file and the lock, without writing. Unlocked: it
+  // runs in Init and Close, which no AddString runs beside, and it frees the
+  // lock itself.
+  void release() ORVEK_NO_THREAD_SAFETY_ANALYSIS;
 
-  CFile* m_pFile;               // null when closed
-  ULONG m_dwStartTick;          // tick of the log's start, for the stamps
+  CFile* m_pFile ORVEK_GUARDED_BY(m_pSection) ORVEK_PT_GUARDED_BY(m_pSection);  // null when closed
+  ULONG m_dwStartTick ORVEK_GUARDED_BY(m_pSection);  // tick of the log's start, for the stamps
   CCriticalSection* m_pSection;  // keeps a line whole; made by Init
 };

@@ -213,7 +213,6 @@ void CDlgParamTune::SetTitle(const wchar_t* pszTitle) {
 }
 
 void CDlgParamTune::SaveParamInfo() {
-  CSingleLock lock(&m_lock, TRUE);
   SavePool(&m_params, &m_choiceBlocks, &m_pStrings);
   m_bDirty = FALSE;
 }
@@ -376,7 +375,6 @@ CWnd* CDlgParamTune::GetWindowParent() {
 }
 
 void CDlgParamTune::ShowGroup(int nGroup) {
-  CSingleLock lock(&m_lock, TRUE);
   bool shown = nGroup == 0;
   int page = 0;
   const std::size_t n = std::min(m_controls.size(), m_params.size());
@@ -410,7 +408,6 @@ void CDlgParamTune::ShowGroup(int nGroup) {
 }
 
 void CDlgParamTune::UpdateInterface() {
-  CSingleLock lock(&m_lock, TRUE);
   const CWnd* focus = CWnd::GetFocus();
   const std::size_t n = std::min(m_controls.size(), m_params.size());
   for (std::size_t i = 0; i < n; ++i) {
@@ -467,7 +464,6 @@ void CDlgParamTune::UpdateInterface() {
 }
 
 void CDlgParamTune::UpdateFloatParamVal(int nIndex) {
-  CSingleLock lock(&m_lock, TRUE);
   tagParamControls* c = nIndex < 0 ? nullptr : CurrentControls(static_cast<std::size_t>(nIndex));
   if (!c || !c->pValue) return;
   const tagParamInfoV2& p = m_params[static_cast<std::size_t>(nIndex)];
@@ -476,7 +472,6 @@ void CDlgParamTune::UpdateFloatParamVal(int nIndex) {
 }
 
 void CDlgParamTune::UpdateIntParamVal(int nIndex) {
-  CSingleLock lock(&m_lock, TRUE);
   tagParamControls* c = nIndex < 0 ? nullptr : CurrentControls(static_cast<std::size_t>(nIndex));
   if (!c || !c->pValue) return;
   const tagParamInfoV2& p = m_params[static_cast<std::size_t>(nIndex)];
@@ -655,7 +650,6 @@ void CDlgParamTune::OnTimer(UINT nIDEvent) {
 }
 
 void CDlgParamTune::OnParamChanged(int nIndex) {
-  CSingleLock lock(&m_lock, TRUE);
   const std::size_t i = static_cast<std::size_t>(nIndex);
   if (nIndex < 0 || i >= m_params.size()) return;
   // Copied first: a callback may change the list.
@@ -704,10 +698,18 @@ void CDlgParamTune::Destroy() {
   DestroyWindow();
 }
 
-int CDlgParamTune::IsDirty() { return m_bDirty; }
+int CDlgParamTune::IsDirty() {
+  // Under the lock: a save or a new list on a host thread clears the flag.
+  CSingleLock lock(&m_lock, TRUE);
+  return m_bDirty;
+}
 
 void CDlgParamTune::ShowWindow() {
-  if (!::IsWindow(m_hWnd)) Create(m_pfnNotify, m_pNotifyContext);
+  if (!::IsWindow(m_hWnd)) {
+    // Taken here already, as the build takes it, to read what it is built with.
+    CSingleLock lock(&m_lock, TRUE);
+    Create(m_pfnNotify, m_pNotifyContext);
+  }
   CWnd::ShowWindow(SW_SHOWNORMAL);
 }
 

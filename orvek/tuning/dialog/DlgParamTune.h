@@ -184,11 +184,14 @@ class ORVEK_API CDlgParamTune : public CWnd {
   /// The block of cells nearest to a square for nItems cells, counting the
   /// tab control's margins when there are pages. Fewer than 1 item gives 0
   /// and 0, more than 999999 the block for 999999; null outputs are skipped.
-  virtual void GetColumnsRawsAmount(int nItems, int nGroups, int* pnColumns, int* pnRows);
+  /// Called by the build, with the dialog's lock held.
+  virtual void GetColumnsRawsAmount(int nItems, int nGroups, int* pnColumns, int* pnRows) ORVEK_REQUIRES(m_lock);
   /// Sizes the window (and the tab control) for the block of cells, sets the
   /// title, and gives the corner of the first cell's area. Negative counts
   /// count as 0; a side stops at 2^24 pixels; null outputs are skipped.
-  virtual void UpdateWindowRectCaption(int nColumns, int nRows, int nGroups, int* pnOffsetX, int* pnOffsetY);
+  /// Called by the build, with the dialog's lock held.
+  virtual void UpdateWindowRectCaption(int nColumns, int nRows, int nGroups, int* pnOffsetX, int* pnOffsetY)
+      ORVEK_REQUIRES(m_lock);
   /// The extended style of the window: WS_EX_TOOLWINDOW.
   virtual DWORD GetWindowStyleEx();
   /// The owner of the window: the main window of the calling thread, if any.
@@ -205,50 +208,57 @@ class ORVEK_API CDlgParamTune : public CWnd {
   /// CWnd::ShowWindow, for derived classes.
   int ShowWindow(int nCmdShow);
 
-  std::vector<tagParamControls*> m_controls;    ///< one per entry of m_params after a build
-  std::vector<tagParamInfoV2> m_params;         ///< the list, with names and choices pointing into m_pStrings
-  std::vector<tagParamChoice*> m_choiceBlocks;  ///< every choice array allocated, freed at the end
-  CFont m_font;                                 ///< the font of the controls
-  CTabCtrl m_tab;                               ///< the tab control of the groups, when there are several
-  UINT_PTR m_updateTimer;                       ///< id of the running refresh timer, 0 if none
-  CStringArray* m_pStrings;                     ///< the names and choice texts of m_params
-  PFN_PARAM_NOTIFY m_pfnNotify;                 ///< the dialog-wide change callback
-  void* m_pNotifyContext;                       ///< its context
-  PFN_PARAM_ELAPSE m_pfnElapse;                 ///< the pacing delay callback, or null
-  void* m_pElapseContext;                       ///< its context
-  BOOL m_bDirty;                   ///< whether the user touched a control since the list was given or saved
-  CCriticalSection m_lock;         ///< recursive; guards everything above
-  CDlgParamTuneNotify* m_pNotify;  ///< the notification object of CreateEmpty and AddParam, or null
-  CStringW m_title;                ///< empty: the default title
+  /// One per entry of m_params after a build.
+  std::vector<tagParamControls*> m_controls ORVEK_GUARDED_BY(m_lock);
+  /// The list, with names and choices pointing into m_pStrings.
+  std::vector<tagParamInfoV2> m_params ORVEK_GUARDED_BY(m_lock);
+  /// Every choice array allocated, freed at the end.
+  std::vector<tagParamChoice*> m_choiceBlocks ORVEK_GUARDED_BY(m_lock);
+  CFont m_font ORVEK_GUARDED_BY(m_lock);  ///< the font of the controls
+  /// The tab control of the groups, when there are several.
+  CTabCtrl m_tab ORVEK_GUARDED_BY(m_lock);
+  UINT_PTR m_updateTimer ORVEK_GUARDED_BY(m_lock);        ///< id of the running refresh timer, 0 if none
+  CStringArray* m_pStrings ORVEK_GUARDED_BY(m_lock);      ///< the names and choice texts of m_params
+  PFN_PARAM_NOTIFY m_pfnNotify ORVEK_GUARDED_BY(m_lock);  ///< the dialog-wide change callback
+  void* m_pNotifyContext ORVEK_GUARDED_BY(m_lock);        ///< its context
+  PFN_PARAM_ELAPSE m_pfnElapse ORVEK_GUARDED_BY(m_lock);  ///< the pacing delay callback, or null
+  void* m_pElapseContext ORVEK_GUARDED_BY(m_lock);        ///< its context
+  /// Whether the user touched a control since the list was given or saved.
+  BOOL m_bDirty ORVEK_GUARDED_BY(m_lock);
+  /// Recursive; guards every field of this class but m_editor.
+  CCriticalSection m_lock;
+  /// The notification object of CreateEmpty and AddParam, or null.
+  CDlgParamTuneNotify* m_pNotify ORVEK_GUARDED_BY(m_lock);
+  CStringW m_title ORVEK_GUARDED_BY(m_lock);  ///< empty: the default title
 
  private:
   // The values into a file that holds the head, through the INI engine.
-  void WriteValueFile(const char* pszPath);
+  void WriteValueFile(const char* pszPath) ORVEK_REQUIRES(m_lock);
   // One line per parameter into the engine's text, section by group.
-  void WriteValues(CIniFile* pIni);
+  void WriteValues(CIniFile* pIni) ORVEK_REQUIRES(m_lock);
   // Writes a typed value to entry nIndex; false if the text is no number.
   bool CommitTypedValue(int nIndex, const std::wstring& text);
   // Gives the value text of a slider entry the width its widest value
   // needs, taken from the slider, never less than the default width.
-  void FitValueCell(tagParamControls* c, const tagParamInfoV2& p);
+  void FitValueCell(tagParamControls* c, const tagParamInfoV2& p) ORVEK_REQUIRES(m_lock);
   std::unique_ptr<tuning_text::ValueEditor> m_editor;
 
-  void SaveParamInfo();
+  void SaveParamInfo() ORVEK_REQUIRES(m_lock);
   // Builds (or rebuilds) the window from the list.
   void Create(PFN_PARAM_NOTIFY pfnNotify, void* pContext);
-  void ShowGroup(int nGroup);
+  void ShowGroup(int nGroup) ORVEK_REQUIRES(m_lock);
   // Carries the variables to the controls, clamping them.
-  void UpdateInterface();
-  void UpdateFloatParamVal(int nIndex);
-  void UpdateIntParamVal(int nIndex);
+  void UpdateInterface() ORVEK_REQUIRES(m_lock);
+  void UpdateFloatParamVal(int nIndex) ORVEK_REQUIRES(m_lock);
+  void UpdateIntParamVal(int nIndex) ORVEK_REQUIRES(m_lock);
   // Calls the entry's callback, then the dialog-wide one.
-  void OnParamChanged(int nIndex);
+  void OnParamChanged(int nIndex) ORVEK_REQUIRES(m_lock);
   // Asks the window's thread to rebuild the window from the list, if there
   // is a window.
-  void PostRebuild();
+  void PostRebuild() ORVEK_REQUIRES(m_lock);
   // The first entry of that variable, in list order.
-  std::vector<tagParamInfoV2>::iterator FindParam(void* pValue);
+  std::vector<tagParamInfoV2>::iterator FindParam(void* pValue) ORVEK_REQUIRES(m_lock);
   // The controls of entry nIndex, if they were built for that entry's
   // variable; null for a stale or missing index.
-  tagParamControls* CurrentControls(std::size_t nIndex);
+  tagParamControls* CurrentControls(std::size_t nIndex) ORVEK_REQUIRES(m_lock);
 };

@@ -243,4 +243,24 @@ TEST(DialogValueFiles, LoadFromAnotherThreadReportsThereUnderTheDialogsLock) {
   ASSERT_TRUE(WaitFor([&] { return dlg.C(4).slider.GetPos() == 32; }, 1000));
 }
 
+// The saves and new entries of a host thread clear the dirty flag while the
+// window's thread asks for it: a race the thread sanitizer reports otherwise.
+TEST(DialogValueFiles, DirtyFlagIsReadBesideSavesOnAnotherThread) {
+  float level = 0.5f;
+  TestDlg dlg;
+  const std::string path = TestFile("dirty_values.ini");
+  std::atomic<bool> done{false};
+  std::thread host([&] {
+    for (int i = 0; i < 20; ++i) {
+      tagParamInfoV2 p = Param(L"Level", ePT_Float, &level, 0, 1);
+      dlg.AddParam(&p);
+      EXPECT_EQ(S_OK, dlg.SaveParamValues(path.c_str()));
+    }
+    done = true;
+  });
+  while (!done) EXPECT_FALSE(dlg.IsDirty());
+  host.join();
+  EXPECT_FALSE(dlg.IsDirty());
+}
+
 }  // namespace
