@@ -495,9 +495,13 @@ void CDlgParamTune::FitValueCell(tagParamControls* c, const tagParamInfoV2& p) {
   const int need = tuning_text::FitTexts(c->valueText, {lo.GetString(), hi.GetString(), now.GetString()}, VALUE_WIDTH);
   const int width = std::min(std::max(need, VALUE_WIDTH), ITEM_WIDTH - LABEL_WIDTH - kMinSliderWidth);
   const CRect v = clientRectOf(*this, c->valueText), s = clientRectOf(*this, c->slider);
-  if (v.Width() == width) return;
-  c->slider.MoveWindow(s.left, s.top, v.right - width - s.left, s.Height(), FALSE);
-  c->valueText.MoveWindow(v.right - width, v.top, width, v.Height(), FALSE);
+  if (v.Width() != width) {
+    c->slider.MoveWindow(s.left, s.top, v.right - width - s.left, s.Height(), FALSE);
+    c->valueText.MoveWindow(v.right - width, v.top, width, v.Height(), FALSE);
+  }
+  // Bounds so far apart that even the widest cell cannot hold their digits
+  // show the value cut with an ellipsis, whole in the tooltip and the window text.
+  if (need > width) tuning_text::FitOneLine(c->valueText, now.GetString());
 }
 
 BOOL CDlgParamTune::EditParamValue(int nIndex) {

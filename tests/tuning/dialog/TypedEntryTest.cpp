@@ -202,7 +202,8 @@ void FitScenario() {
   } ranges[] = {{ePT_Float, 0, 1},          {ePT_Float, -1, 1},         {ePT_Float, 0, 10},
                 {ePT_Float, -100, 100},     {ePT_Float, 10, 5000},      {ePT_Float, 0, 0.01},
                 {ePT_Float, -0.001, 0.001}, {ePT_Int, -100000, 100000}, {ePT_LogFloat, 10, 5000},
-                {ePT_LogFloat, 0.001, 1}};
+                {ePT_LogFloat, 0.001, 1},   {ePT_Int, INT_MIN, INT_MAX},  {ePT_Float, -1e30, 1e30},
+                {ePT_Float, 0, 3e38}};
   constexpr int kRanges = sizeof ranges / sizeof ranges[0];
   float floats[kRanges] = {};
   int ints[kRanges] = {}, flag = 0, mode = 0;
@@ -235,7 +236,7 @@ void FitScenario() {
     for (int i = 0; i < kRanges; ++i) {
       CheckFits(dlg.C(i).valueText.GetQWidget(), QString::fromStdWString(TextOf(dlg.C(i).valueText)), "value");
       const CRect v = ClientRectOf(dlg, dlg.C(i).valueText), s = ClientRectOf(dlg, dlg.C(i).slider);
-      if (s.right != v.left || v.right - s0.left != 150) std::_Exit(7);
+      if (s.right != v.left || v.right - s.left != 150) std::_Exit(7);
     }
   }
   CheckFits(dlg.C(0).label.GetQWidget(), QStringLiteral("Oscillator frequency"), "label");
