@@ -36,11 +36,11 @@
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
-constexpr int kBlock = 1024;               // samples per block
-constexpr double kSampleRate = 102400.0;   // samples per second: 100 blocks
-constexpr int kStripHistory = 4096;        // 40 ms
-constexpr int kSweepHistory = 102400;      // one second per lap
-constexpr int kSpectrumBins = 256;         // shown: 0 to 25.6 kHz
+constexpr int kBlock = 1024;              // samples per block
+constexpr double kSampleRate = 102400.0;  // samples per second: 100 blocks
+constexpr int kStripHistory = 4096;       // 40 ms
+constexpr int kSweepHistory = 102400;     // one second per lap
+constexpr int kSpectrumBins = 256;        // shown: 0 to 25.6 kHz
 
 // What the generator makes. It copies this at the start of every block, so
 // any thread (a tuning dialog, say) may change the fields at any time.
@@ -95,8 +95,8 @@ class CSweepWindow : public CWnd {
     AdjustWindowRectEx(&rc, kStyle, FALSE, 0);
     if (!CreateEx(0, AfxRegisterWndClass(0, nullptr, m_brush, nullptr), L"Orvek demo: sweep", kStyle, rc, nullptr, 0))
       return FALSE;
-    m_graph.Create(CRect(10, 10, cx - 10, cy - 10), this, L"Sweep: a chirp from 5 to 60 Hz every 1.5 s",
-                   L"seconds", L"volts");
+    m_graph.Create(CRect(10, 10, cx - 10, cy - 10), this, L"Sweep: a chirp from 5 to 60 Hz every 1.5 s", L"seconds",
+                   L"volts");
     m_graph.SetROIAutoY(0, kSweepHistory, 0.0f, 1.0f, 10, 4);
     m_bAlive = true;
     return TRUE;
@@ -178,7 +178,8 @@ class CGenerator {
     std::vector<std::complex<double>> bins(kBlock);
     for (int i = 0; i < kBlock; ++i) bins[i] = m_measured[i] * (0.5 - 0.5 * std::cos(2.0 * kPi * i / kBlock));
     Fft(bins);
-    for (int k = 0; k < kBlock / 2; ++k) m_spectrum[k] = static_cast<float>(20.0 * std::log10(std::abs(bins[k]) / (kBlock / 4.0) + 1e-6));
+    for (int k = 0; k < kBlock / 2; ++k)
+      m_spectrum[k] = static_cast<float>(20.0 * std::log10(std::abs(bins[k]) / (kBlock / 4.0) + 1e-6));
   }
 
   // The three graphs of the multi-graph window; E_FAIL once it is closed.
@@ -384,8 +385,8 @@ int main(int argc, char** argv) {
   worker.join();
   // 9. What was fed and written.
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  std::printf("fed %lld blocks of %d samples in %.1f s: %.0f samples per second\n", generator.Blocks(), kBlock,
-              seconds, generator.Blocks() * kBlock / seconds);
+  std::printf("fed %lld blocks of %d samples in %.1f s: %.0f samples per second\n", generator.Blocks(), kBlock, seconds,
+              generator.Blocks() * kBlock / seconds);
   if (opt.nSeconds > 0) std::printf("wrote %d frames to %s/\n", frames, opt.sOut.c_str());
   // 10. The tuned values for the next run.
   if (tuning->SaveParamValues(valueFile.GetString()) == S_OK)

@@ -81,7 +81,8 @@ class CTextTable : public CTableDrawer {
         const QString note = QString("%1 of %2 lines").arg(m_nCurPageLines).arg(m_nLineCount);
         const double used = QFontMetricsF(m_NameFont, m_pDevice).horizontalAdvance(NameText(line)) +
                             QFontMetricsF(m_NoteFont, m_pDevice).horizontalAdvance(note) + 3 * kPadX;
-        if (used <= box.width()) p.drawText(box.adjusted(kPadX, 0, -kPadX, -kPadY), Qt::AlignRight | Qt::AlignBottom, note);
+        if (used <= box.width())
+          p.drawText(box.adjusted(kPadX, 0, -kPadX, -kPadY), Qt::AlignRight | Qt::AlignBottom, note);
       }
       return;
     }
@@ -116,11 +117,13 @@ class CTextTable : public CTableDrawer {
     m_ContinuedSize =
         QSizeF(name.horizontalAdvance(NameText(LINE_NAME_CONTINUED)) + 2 * kPadX, name.height() + 2 * kPadY);
     m_HeaderSizes.clear();
-    for (const QString& h : m_Headers) m_HeaderSizes.push_back(QSizeF(head.horizontalAdvance(h) + 2 * kPadX, head.height() + 2 * kPadY));
+    for (const QString& h : m_Headers)
+      m_HeaderSizes.push_back(QSizeF(head.horizontalAdvance(h) + 2 * kPadX, head.height() + 2 * kPadY));
     m_CellSizes.clear();
     for (const QStringList& row : m_Rows) {
       QList<QSizeF> sizes;
-      for (const QString& c : row) sizes.push_back(QSizeF(cell.horizontalAdvance(c) + 2 * kPadX, cell.height() + kPadY));
+      for (const QString& c : row)
+        sizes.push_back(QSizeF(cell.horizontalAdvance(c) + 2 * kPadX, cell.height() + kPadY));
       m_CellSizes.push_back(sizes);
     }
   }
@@ -190,11 +193,12 @@ QString Num(double v, int decimals) { return QString::number(v, 'f', decimals); 
 
 std::unique_ptr<CTextTable> Channels() {
   std::vector<QStringList> rows;
-  const char* names[] = {"Strain gauge 1", "Strain gauge 2", "Thermocouple", "Accelerometer X", "Accelerometer Y",
-                         "Accelerometer Z", "Supply voltage", "Reference"};
+  const char* names[] = {"Strain gauge 1",  "Strain gauge 2",  "Thermocouple",   "Accelerometer X",
+                         "Accelerometer Y", "Accelerometer Z", "Supply voltage", "Reference"};
   for (int i = 0; i < 8; ++i)
     rows.push_back({names[i], QString::number(i < 3 ? 1000 : 25600), Num(1.0 + 0.25 * i, 2), Num(-0.013 * (i - 3), 3)});
-  return std::make_unique<CTextTable>("Input channels", QStringList{"Channel", "Rate (Hz)", "Gain", "Offset (mV)"}, rows);
+  return std::make_unique<CTextTable>("Input channels", QStringList{"Channel", "Rate (Hz)", "Gain", "Offset (mV)"},
+                                      rows);
 }
 
 std::unique_ptr<CTextTable> Calibration(const QString& channel, int points, double slope) {
@@ -204,7 +208,8 @@ std::unique_ptr<CTextTable> Calibration(const QString& channel, int points, doub
     const double reading = input * slope + 0.02 * std::sin(i * 0.7);
     rows.push_back({QString::number(i + 1), Num(input, 2), Num(reading, 3), Num(100.0 * (reading - input) / 50.0, 3)});
   }
-  return std::make_unique<CTextTable>("Calibration, " + channel, QStringList{"Point", "Input (mV)", "Reading (mV)", "Error (%FS)"}, rows);
+  return std::make_unique<CTextTable>("Calibration, " + channel,
+                                      QStringList{"Point", "Input (mV)", "Reading (mV)", "Error (%FS)"}, rows);
 }
 
 std::unique_ptr<CTextTable> SampleLog(int count) {
@@ -214,11 +219,11 @@ std::unique_ptr<CTextTable> SampleLog(int count) {
     const double v = 3.0 * std::sin(t * 2.1) + 0.4 * std::sin(t * 17.0);
     rows.push_back({QString::number(i), Num(t, 2), Num(v, 4), Num(v - 0.35, 4), Num(v + 0.35, 4)});
   }
-  return std::make_unique<CTextTable>("Sample log, strain gauge 1", QStringList{"#", "Time (s)", "Value", "Min", "Max"}, rows);
+  return std::make_unique<CTextTable>("Sample log, strain gauge 1", QStringList{"#", "Time (s)", "Value", "Min", "Max"},
+                                      rows);
 }
 
-std::unique_ptr<CTextTable> Simple(const QString& name, QStringList headers, int lines,
-                                   QStringList (*row)(int)) {
+std::unique_ptr<CTextTable> Simple(const QString& name, QStringList headers, int lines, QStringList (*row)(int)) {
   std::vector<QStringList> rows;
   for (int i = 0; i < lines; ++i) rows.push_back(row(i));
   return std::make_unique<CTextTable>(name, std::move(headers), rows);
@@ -252,10 +257,10 @@ int main(int argc, char** argv) {
                        Num(-118.0 + 6.0 * std::cos(i * 0.5) - 0.3 * i, 1)};
   }));
   tables.push_back(Simple("Settings", {"Key", "Value"}, 12, [](int i) {
-    const char* keys[] = {"Trigger level", "Pre-trigger", "Window", "Averaging", "Range", "Coupling",
-                          "Sample clock", "Timestamp", "Log folder", "Backup copies", "Redraw period", "Units"};
-    const char* values[] = {"0.25 V", "512 samples", "Hann", "16 blocks", "±10 V", "DC",
-                            "internal", "UTC", "./logs", "3", "40 ms", "mV"};
+    const char* keys[] = {"Trigger level", "Pre-trigger", "Window",     "Averaging",     "Range",         "Coupling",
+                          "Sample clock",  "Timestamp",   "Log folder", "Backup copies", "Redraw period", "Units"};
+    const char* values[] = {"0.25 V",   "512 samples", "Hann",   "16 blocks", "±10 V", "DC",
+                            "internal", "UTC",         "./logs", "3",         "40 ms", "mV"};
     return QStringList{keys[i], values[i]};
   }));
   tables.push_back(SampleLog(150));
@@ -305,10 +310,11 @@ int main(int argc, char** argv) {
     const int best = layout->LayoutBest();
     const qint64 ms = timer.elapsed();
     layout->Layout(&bestRight);  // the same layout again, for its right edge
-    std::printf("%s: given order %d pages, last column ends at %d px; best of 720 orders %d pages, %d px (%lld ms)\n"
-                "  order: %s\n",
-                titles[c], given, givenRight, best, bestRight, static_cast<long long>(ms),
-                qPrintable(layout->Order().join(", ")));
+    std::printf(
+        "%s: given order %d pages, last column ends at %d px; best of 720 orders %d pages, %d px (%lld ms)\n"
+        "  order: %s\n",
+        titles[c], given, givenRight, best, bestRight, static_cast<long long>(ms),
+        qPrintable(layout->Order().join(", ")));
     chapters.push_back({titles[c], std::move(layout), best});
   }
 

@@ -54,12 +54,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
           FUZZ_CHECK(buffer[0] == 0xA5 && buffer[n + 1] == 0xA5);
           break;
         }
-        case 2:
-          file.ReadStruct(nullptr, 0);
-          break;
-        case 3:
-          file.Seek(in.ConsumeIntegralInRange<ULONGLONG>(0, 2048));
-          break;
+        case 2: file.ReadStruct(nullptr, 0); break;
+        case 3: file.Seek(in.ConsumeIntegralInRange<ULONGLONG>(0, 2048)); break;
       }
       ULONGLONG position = 0;
       FUZZ_CHECK(file.GetPosition(&position) == S_OK && position <= file.length());

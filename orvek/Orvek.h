@@ -27,9 +27,9 @@
 #include <orvek/threads/ThreadControl.h>
 #include <orvek/threads/Timers.h>
 
+#include <orvek/tuning/dialog/DlgParamTune.h>
 #include <orvek/tuning/model/ParamRules.h>
 #include <orvek/tuning/model/ParamTypes.h>
-#include <orvek/tuning/dialog/DlgParamTune.h>
 
 #include <orvek/persistence/IniFile.h>
 #include <orvek/persistence/LogFile.h>
@@ -50,4 +50,3 @@
 #include <orvek/signal/LinInterp.h>
 #include <orvek/signal/ScatteredArray.h>
 #include <orvek/signal/SoftValueChanger.h>
-

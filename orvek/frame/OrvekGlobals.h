@@ -75,8 +75,8 @@ class ORVEK_API COrvekGlobals {
   /// the first position tried past the end), E_POINTER for a null pointer,
   /// E_INVALIDARG for a step or size below 1 or a sequence longer than the
   /// data.
-  ORVEK_RESULT static LONG FindByteSequence(const unsigned char* data, int dataSize, const unsigned char* sequence, int sequenceSize,
-                               int* position, int step);
+  ORVEK_RESULT static LONG FindByteSequence(const unsigned char* data, int dataSize, const unsigned char* sequence,
+                                            int sequenceSize, int* position, int step);
   /// The first name that the printf format gives for an index from 0 to
   /// maxIndex and that no file or folder has yet: S_OK with *result. E_POINTER
   /// for a null argument; E_FAIL when all are taken or maxIndex is negative.
@@ -133,7 +133,6 @@ class ORVEK_API COrvekGlobals {
                             std::vector<CRect>* used);
 
  public:
-
   // ---- event loop for hosts without one ----
 
   /// Processes window messages, paints and timers on the calling (GUI)

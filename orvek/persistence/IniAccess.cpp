@@ -166,7 +166,7 @@ LONG CIniFile::WriteParam(const wchar_t* pSection, const wchar_t* pKey, const T*
   return WriteParam<T>(section.GetString(), key.GetString(), pValue);
 }
 
-#define ORVEK_INI_TYPED_ACCESS(T)                                                                     \
+#define ORVEK_INI_TYPED_ACCESS(T)                                                                    \
   template ORVEK_TEMPLATE_API LONG CIniFile::ReadParam<T>(const char*, const char*, T*) const;       \
   template ORVEK_TEMPLATE_API LONG CIniFile::ReadParam<T>(const wchar_t*, const wchar_t*, T*) const; \
   template ORVEK_TEMPLATE_API LONG CIniFile::WriteParam<T>(const char*, const char*, const T*);      \

@@ -257,7 +257,8 @@ LONG CIniFile::GetParamString(const char* pSection, const char* pKey, CStringW* 
   if (hr != S_OK) return hr;
   hr = FindParameter(start, end, pKey, &valueStart, &valueEnd);
   if (hr != S_OK) return hr;
-  *pValue = CStringW(Utf8ToWide(m_strContent.GetString() + valueStart, static_cast<std::size_t>(valueEnd - valueStart)));
+  *pValue =
+      CStringW(Utf8ToWide(m_strContent.GetString() + valueStart, static_cast<std::size_t>(valueEnd - valueStart)));
   return S_OK;
 }
 

@@ -29,7 +29,8 @@ class ORVEK_API CLogFile {
   /// closed), ERROR_ALREADY_INITIALIZED while a log is open. A write error
   /// raises CFileException and leaves the object closed.
   ///@{
-  ORVEK_RESULT LONG Init(const wchar_t* pFileName, const wchar_t* pFolder, const wchar_t* pTitle, HINSTANCE const hModule);
+  ORVEK_RESULT LONG Init(const wchar_t* pFileName, const wchar_t* pFolder, const wchar_t* pTitle,
+                         HINSTANCE const hModule);
   ORVEK_RESULT LONG Init(const wchar_t* pFileName, const wchar_t* pTitle, HINSTANCE const hModule);
   ///@}
   /// Appends " h:mm:ss.mmm", a tab and the text. E_PENDING when no log is open.
@@ -48,5 +49,5 @@ class ORVEK_API CLogFile {
 
   CFile* m_pFile ORVEK_GUARDED_BY(m_pSection) ORVEK_PT_GUARDED_BY(m_pSection);  // null when closed
   ULONG m_dwStartTick ORVEK_GUARDED_BY(m_pSection);  // tick of the log's start, for the stamps
-  CCriticalSection* m_pSection;  // keeps a line whole; made by Init
+  CCriticalSection* m_pSection;                      // keeps a line whole; made by Init
 };

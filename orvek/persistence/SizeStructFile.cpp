@@ -33,8 +33,8 @@ LONG CSizeStructFile::Init(const wchar_t* pFileName, int bWrite) {
   m_pFile = new CFile;
   CFileException error;
   // A file written anew goes in place of the old one only at Close.
-  if (!m_pFile->Open(pFileName,
-                     bWrite ? CFile::modeCreate | CFile::modeWrite | CFile::modeReplace : CFile::modeRead, &error))
+  if (!m_pFile->Open(pFileName, bWrite ? CFile::modeCreate | CFile::modeWrite | CFile::modeReplace : CFile::modeRead,
+                     &error))
     return E_FAIL;
   m_bWrite = bWrite;
   if (!bWrite) return CheckFileHeader(m_pFile);

@@ -118,8 +118,7 @@ LONG CCircleBuffer<T>::GetHistory(T* pData, int nCount) {
 }
 
 template <typename T>
-LONG CCircleBuffer<T>::GetBuffer(int nPos, int nCount, T** ppFirst, int* pFirstCount, T** ppSecond,
-                                 int* pSecondCount) {
+LONG CCircleBuffer<T>::GetBuffer(int nPos, int nCount, T** ppFirst, int* pFirstCount, T** ppSecond, int* pSecondCount) {
   if (!ppFirst || !pFirstCount || !ppSecond || !pSecondCount) return E_POINTER;
   // A region longer than the ring would hand out memory beyond the storage.
   if (nCount < 0 || nCount > m_nSize) return E_INVALIDARG;

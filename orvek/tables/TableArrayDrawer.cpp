@@ -84,8 +84,8 @@ struct ColumnPlan {
   };
 
   std::vector<Run> runs;
-  std::vector<int> widths;   // per run and table column, the widest cell
-  std::vector<int> bottoms;  // per run and data line, its bottom (kept only when asked)
+  std::vector<int> widths;        // per run and table column, the widest cell
+  std::vector<int> bottoms;       // per run and data line, its bottom (kept only when asked)
   std::vector<int> cells, lefts;  // scratch: one line's cell widths, one run's column edges
 
   void Clear() {
@@ -185,7 +185,8 @@ void PlanColumn(const TableList& tables, ColumnPlan* plan, int* pTable, int* pLi
     started.nameWidth = nameWidth;
     started.headerTop = nameBottom;
     started.headerBottom = headerBottom;
-    std::copy(plan->cells.begin(), plan->cells.end(), plan->widths.begin() + static_cast<std::ptrdiff_t>(started.widths));
+    std::copy(plan->cells.begin(), plan->cells.end(),
+              plan->widths.begin() + static_cast<std::ptrdiff_t>(started.widths));
     y = headerBottom;
   }
 
@@ -431,7 +432,7 @@ void CTableArrayDrawer::DrawTableArray(int page, tagRECT const* clip) {
 
   auto tableAt = [this](int index) -> CTableDrawer* {
     return index >= 0 && index < static_cast<int>(m_Tables.size()) ? m_Tables[static_cast<std::size_t>(index)]
-                                                                    : nullptr;
+                                                                   : nullptr;
   };
   int current = -1;
   for (std::size_t i = 0; i < items.size(); ++i) {

@@ -26,7 +26,7 @@ class ORVEK_API ORVEK_CAPABILITY("mutex") CResourceLock {
   void Unlock() ORVEK_RELEASE() ORVEK_NO_THREAD_SAFETY_ANALYSIS;
 
  private:
-  CCriticalSection m_csResource;                          // the lock itself; also guards the owner
+  CCriticalSection m_csResource;                         // the lock itself; also guards the owner
   DWORD m_dwOwnerThread ORVEK_GUARDED_BY(m_csResource);  // 0 when free
 };
 

@@ -163,41 +163,43 @@ TEST(Lifecycle, WindowsEndInAnyOrderAroundShutDown) {
 // and a tuning dialog shown (and fed), quit(), exit() and closing the main
 // window each end exec() every time, and the feeder always ends.
 TEST(Lifecycle, QtHostLoopEndsEveryTime) {
-  ExpectCleanChild([] {
-    int argc = 1;
-    char name[] = "host";
-    char* argv[] = {name, nullptr};
-    QApplication app(argc, argv);
-    Check(COrvekGlobals::StartUp() == S_OK, "StartUp in a Qt host");
-    QMainWindow main;
-    main.resize(300, 200);
-    enum Way { Quit, Exit, CloseMain };
-    for (int round = 0; round < 20; ++round) {
-      for (const Way way : {Quit, Exit, CloseMain}) {
-        main.show();
-        CGraphsWindow plots;
-        CreatePlots(&plots);
-        CDlgParamTune dialog;
-        dialog.Create(kParams, 1, nullptr, nullptr);
-        dialog.ShowWindow();
-        Feeder feeder(&plots);
-        // The loop ends once the feeder is in, however slow the build.
-        QTimer ender;
-        QObject::connect(&ender, &QTimer::timeout, &main, [way, &main, &feeder, &ender] {
-          if (!feeder.Fed()) return;
-          ender.stop();
-          if (way == Quit) QCoreApplication::quit();
-          if (way == Exit) QCoreApplication::exit(5);
-          if (way == CloseMain) main.close();
-        });
-        ender.start(20);
-        const int code = app.exec();
-        Check(code == (way == Exit ? 5 : 0), "exec() returns the code it was ended with");
-        feeder.JoinAndCheck();
-      }
-    }
-    COrvekGlobals::ShutDown();
-  }, /*quiet=*/false);  // the host's own application speaks as Qt does
+  ExpectCleanChild(
+      [] {
+        int argc = 1;
+        char name[] = "host";
+        char* argv[] = {name, nullptr};
+        QApplication app(argc, argv);
+        Check(COrvekGlobals::StartUp() == S_OK, "StartUp in a Qt host");
+        QMainWindow main;
+        main.resize(300, 200);
+        enum Way { Quit, Exit, CloseMain };
+        for (int round = 0; round < 20; ++round) {
+          for (const Way way : {Quit, Exit, CloseMain}) {
+            main.show();
+            CGraphsWindow plots;
+            CreatePlots(&plots);
+            CDlgParamTune dialog;
+            dialog.Create(kParams, 1, nullptr, nullptr);
+            dialog.ShowWindow();
+            Feeder feeder(&plots);
+            // The loop ends once the feeder is in, however slow the build.
+            QTimer ender;
+            QObject::connect(&ender, &QTimer::timeout, &main, [way, &main, &feeder, &ender] {
+              if (!feeder.Fed()) return;
+              ender.stop();
+              if (way == Quit) QCoreApplication::quit();
+              if (way == Exit) QCoreApplication::exit(5);
+              if (way == CloseMain) main.close();
+            });
+            ender.start(20);
+            const int code = app.exec();
+            Check(code == (way == Exit ? 5 : 0), "exec() returns the code it was ended with");
+            feeder.JoinAndCheck();
+          }
+        }
+        COrvekGlobals::ShutDown();
+      },
+      /*quiet=*/false);  // the host's own application speaks as Qt does
 }
 
 // No usable display, or a platform plugin that does not exist: StartUp

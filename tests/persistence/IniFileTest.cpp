@@ -127,7 +127,7 @@ TEST(IniFile, WritesLandInPlace) {
       {"[A]\r\na=1", {{"A", "b", "2"}}, "[A]\r\na=1\r\nb=2\r\n"},
       {"x", {{"C", "c", "3"}}, "x\r\n[C]\r\nc=3\r\n"},
       {"", {{"S", "k", "1\r\n2"}}, "[S]\r\nk=1\r\n2\r\n"},  // a value goes in as it comes
-      {"", {{"a]b", "k]", "[v"}}, "[a]b]\r\nk]=[v\r\n"},     // brackets inside names are bytes
+      {"", {{"a]b", "k]", "[v"}}, "[a]b]\r\nk]=[v\r\n"},    // brackets inside names are bytes
   };
   ScratchDir dir;
   const std::string path = dir / "write.ini";

@@ -42,7 +42,8 @@ long long stampMs(const std::string& line) {
 // The lines of a log behind its head (title, path, version, start, blank).
 std::vector<std::string> body(const std::string& text) {
   std::vector<std::string> lines;
-  for (std::size_t at = text.find("\r\n\r\n") + 4, end; (end = text.find("\r\n", at)) != std::string::npos; at = end + 2)
+  for (std::size_t at = text.find("\r\n\r\n") + 4, end; (end = text.find("\r\n", at)) != std::string::npos;
+       at = end + 2)
     lines.push_back(text.substr(at, end - at));
   return lines;
 }
@@ -87,7 +88,8 @@ TEST(LogFile, HeadLinesAndClose) {
   }
   EXPECT_EQ("", lines[5]);
   int v[6];
-  ASSERT_EQ(6, std::sscanf(lines[6].c_str(), "Log finished:\t%d.%d.%d at %d:%d:%d", &v[0], &v[1], &v[2], &v[3], &v[4], &v[5]));
+  ASSERT_EQ(6, std::sscanf(lines[6].c_str(), "Log finished:\t%d.%d.%d at %d:%d:%d", &v[0], &v[1], &v[2], &v[3], &v[4],
+                           &v[5]));
   const SYSTEMTIME finished = {WORD(v[2]), WORD(v[1]), 0, WORD(v[0]), WORD(v[3]), WORD(v[4]), WORD(v[5]), 0};
   EXPECT_EQ("Log finished:\t" + timeText(finished), lines[6]);
   EXPECT_EQ("", lines[7]);

@@ -44,7 +44,14 @@ TEST(SizeStructFile, WritesAndReadsAcrossSizes) {
   EXPECT_EQ(E_ACCESSDENIED, out.GetCurStructSize(&size));
   EXPECT_EQ(E_ACCESSDENIED, out.ReadStruct(&size, 4));
   out.Close();
-  EXPECT_EQ(kMagic + std::string("\x0C\0\0\0" "ABCDEFGHIJKL" "\x08\0\0\0" "abcdefgh" "\0\0\0\0" "\x02\0\0\0" "xy", 38),
+  EXPECT_EQ(kMagic + std::string("\x0C\0\0\0"
+                                 "ABCDEFGHIJKL"
+                                 "\x08\0\0\0"
+                                 "abcdefgh"
+                                 "\0\0\0\0"
+                                 "\x02\0\0\0"
+                                 "xy",
+                                 38),
             readFile(dir / "s.bin"));
 
   PositionedFile file;
@@ -104,14 +111,20 @@ TEST(SizeStructFile, FailureResults) {
   } cases[] = {
       {kMagic.substr(0, 14), ERROR_END_OF_MEDIA, 0, 0, 0},  // header too short
       {"SizeStructFilX" + std::string(1, '\0'), ERROR_INVALID_DATA, 0, 0, 0},
-      {"SizeStructFile!", ERROR_INVALID_DATA, 0, 0, 0},  // the closing 0 counts
+      {"SizeStructFile!", ERROR_INVALID_DATA, 0, 0, 0},            // the closing 0 counts
       {kMagic, S_OK, ERROR_END_OF_MEDIA, ERROR_END_OF_MEDIA, 15},  // prefix cut at every byte
       {kMagic + '\x02', S_OK, ERROR_END_OF_MEDIA, ERROR_END_OF_MEDIA, 15},
       {kMagic + std::string("\x02\0", 2), S_OK, ERROR_END_OF_MEDIA, ERROR_END_OF_MEDIA, 15},
       {kMagic + std::string("\x02\0\0", 3), S_OK, ERROR_END_OF_MEDIA, ERROR_END_OF_MEDIA, 15},
       {kMagic + record("abcd").substr(0, 6), S_OK, S_OK, ERROR_END_OF_MEDIA, 19},  // record cut off
-      {kMagic + std::string("\xFF\xFF\xFF\x7F" "abcd", 8), S_OK, S_OK, ERROR_END_OF_MEDIA, 19},  // huge claim
-      {kMagic + std::string("\xFE\xFF\xFF\xFF" "abcd", 8), S_OK, ERROR_INVALID_DATA, ERROR_INVALID_DATA, 19},  // negative size
+      {kMagic + std::string("\xFF\xFF\xFF\x7F"
+                            "abcd",
+                            8),
+       S_OK, S_OK, ERROR_END_OF_MEDIA, 19},  // huge claim
+      {kMagic + std::string("\xFE\xFF\xFF\xFF"
+                            "abcd",
+                            8),
+       S_OK, ERROR_INVALID_DATA, ERROR_INVALID_DATA, 19},  // negative size
   };
   for (const Case& c : cases) {
     writeFile(dir / "c.bin", c.bytes);

@@ -80,11 +80,23 @@ TEST(SoftValueChanger, RetargetAndEndTick) {
   int changing = -1, settled = -1;
   LONG same = S_OK;
   AtTicks(1000, {{0, [&] { EXPECT_EQ(c.Init(0) | c.ChangeValue(10, 2) | h.Init(0) | h.ChangeValue(10, 2), S_OK); }},
-                 {1000, [&] { same = c.ChangeValue(10, 5); mid = c.GetValue(); }},
+                 {1000,
+                  [&] {
+                    same = c.ChangeValue(10, 5);
+                    mid = c.GetValue();
+                  }},
                  {1000, [&] { EXPECT_EQ(c.ChangeValue(20, 1), S_OK); }},  // from 5, over the whole new second
-                 {1500, [&] { again = c.GetValue(); changing = c.IsChanging(); }},
+                 {1500,
+                  [&] {
+                    again = c.GetValue();
+                    changing = c.IsChanging();
+                  }},
                  {2000, [&] { atEnd = h.GetValue(); }},
-                 {2001, [&] { later = c.GetValue(); after = h.GetValue(); settled = h.IsChanging(); }}});
+                 {2001, [&] {
+                    later = c.GetValue();
+                    after = h.GetValue();
+                    settled = h.IsChanging();
+                  }}});
   EXPECT_EQ(same, E_FAIL);  // the running change went on untouched
   EXPECT_EQ(mid, 5.0f);
   EXPECT_EQ(again, 12.5f);

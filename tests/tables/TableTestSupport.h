@@ -34,7 +34,9 @@ class FixedTable : public CTableDrawer {
     auto it = lineHeights.find(line);
     size->cy = line == LINE_HEADER ? headerH : it != lineHeights.end() ? it->second : lineH;
   }
-  void DrawItem(int line, int column, tagRECT* rect) override { drawn.push_back({line, column, *rect, m_nCurPageLines}); }
+  void DrawItem(int line, int column, tagRECT* rect) override {
+    drawn.push_back({line, column, *rect, m_nCurPageLines});
+  }
   void OnPageBreak() override { ++pageBreaks; }
   void OnSetScaleFactor() override { ++scaleCalls; }
 
@@ -67,12 +69,12 @@ class TestArray : public CTableArrayDrawer {
   using CTableArrayDrawer::FormColumn;
   using CTableArrayDrawer::GetMaxItemHeight;
   using CTableArrayDrawer::GetMaxTableColumnWidth;
+  using CTableArrayDrawer::GetPageRect;
   using CTableArrayDrawer::GetTableNameWidth;
   using CTableArrayDrawer::GetTableWidth;
-  using CTableArrayDrawer::PushLineToInfo;
-  using CTableArrayDrawer::GetPageRect;
   using CTableArrayDrawer::m_Pages;
   using CTableArrayDrawer::m_Tables;
+  using CTableArrayDrawer::PushLineToInfo;
   using CTableArrayDrawer::SetPageRects;
 
   void SetPage(int width, int height, int left = 0, int top = 0) {

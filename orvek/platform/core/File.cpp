@@ -56,13 +56,22 @@ int CFileException::ErrnoToCause(int e) {
   switch (e) {
     case 0: return none;
     case ENOENT: return fileNotFound;
-    case ENOTDIR: case ENAMETOOLONG: case ELOOP: return badPath;
-    case EMFILE: case ENFILE: return tooManyOpenFiles;
-    case EACCES: case EPERM: case EROFS: case EISDIR: return accessDenied;
+    case ENOTDIR:
+    case ENAMETOOLONG:
+    case ELOOP: return badPath;
+    case EMFILE:
+    case ENFILE: return tooManyOpenFiles;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+    case EISDIR: return accessDenied;
     case EBADF: return invalidFile;
     case EWOULDBLOCK: return sharingViolation;
-    case ENOSPC: case EDQUOT: case EFBIG: return diskFull;
-    case EINVAL: case ESPIPE: return badSeek;
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG: return diskFull;
+    case EINVAL:
+    case ESPIPE: return badSeek;
     case EIO: return hardIO;
     default: return genericException;
   }
@@ -109,9 +118,12 @@ BOOL CFile::open(const char* path, const wchar_t* fileName, UINT openFlags, CFil
     }
   }
   int flags = O_CLOEXEC;
-  if (openFlags & modeReadWrite) flags |= O_RDWR;
-  else if (openFlags & modeWrite) flags |= O_WRONLY;
-  else flags |= O_RDONLY;
+  if (openFlags & modeReadWrite)
+    flags |= O_RDWR;
+  else if (openFlags & modeWrite)
+    flags |= O_WRONLY;
+  else
+    flags |= O_RDONLY;
   if (openFlags & modeCreate) flags |= O_CREAT;
   // Truncation waits until the lock is held, so a refused open never empties
   // a file that someone else has open.

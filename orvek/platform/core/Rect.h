@@ -14,7 +14,10 @@ inline BOOL IsRectEmpty(const RECT* r) { return r == nullptr || r->right <= r->l
 /// Sets the four sides; FALSE for a null rectangle, as for every operation here.
 inline BOOL SetRect(RECT* r, int l, int t, int rt, int b) {
   if (!r) return FALSE;
-  r->left = l; r->top = t; r->right = rt; r->bottom = b;
+  r->left = l;
+  r->top = t;
+  r->right = rt;
+  r->bottom = b;
   return TRUE;
 }
 /// Sets all four sides to 0.
@@ -33,13 +36,19 @@ inline BOOL EqualRect(const RECT* a, const RECT* b) {
 /// Moves the rectangle by dx to the right and dy down.
 inline BOOL OffsetRect(RECT* r, int dx, int dy) {
   if (!r) return FALSE;
-  r->left += dx; r->right += dx; r->top += dy; r->bottom += dy;
+  r->left += dx;
+  r->right += dx;
+  r->top += dy;
+  r->bottom += dy;
   return TRUE;
 }
 /// Widens the rectangle by dx on the left and right, by dy at the top and bottom.
 inline BOOL InflateRect(RECT* r, int dx, int dy) {
   if (!r) return FALSE;
-  r->left -= dx; r->right += dx; r->top -= dy; r->bottom += dy;
+  r->left -= dx;
+  r->right += dx;
+  r->top -= dy;
+  r->bottom += dy;
   return TRUE;
 }
 /// The overlap of a and b; when there is none, dst becomes all zeros and the
@@ -63,9 +72,18 @@ inline BOOL IntersectRect(RECT* dst, const RECT* a, const RECT* b) {
 inline BOOL UnionRect(RECT* dst, const RECT* a, const RECT* b) {
   if (!dst || !a || !b) return FALSE;
   const bool ea = IsRectEmpty(a), eb = IsRectEmpty(b);
-  if (ea && eb) { SetRectEmpty(dst); return FALSE; }
-  if (ea) { *dst = *b; return TRUE; }
-  if (eb) { *dst = *a; return TRUE; }
+  if (ea && eb) {
+    SetRectEmpty(dst);
+    return FALSE;
+  }
+  if (ea) {
+    *dst = *b;
+    return TRUE;
+  }
+  if (eb) {
+    *dst = *a;
+    return TRUE;
+  }
   RECT r;
   r.left = a->left < b->left ? a->left : b->left;
   r.top = a->top < b->top ? a->top : b->top;
@@ -84,11 +102,20 @@ inline BOOL PtInRect(const RECT* r, POINT p) {
 class CSize : public tagSIZE {
  public:
   /// The size 0 by 0.
-  CSize() { cx = 0; cy = 0; }
+  CSize() {
+    cx = 0;
+    cy = 0;
+  }
   /// The size x by y.
-  CSize(int x, int y) { cx = x; cy = y; }
+  CSize(int x, int y) {
+    cx = x;
+    cy = y;
+  }
   /// A copy of a plain size.
-  CSize(const SIZE& s) { cx = s.cx; cy = s.cy; }
+  CSize(const SIZE& s) {
+    cx = s.cx;
+    cy = s.cy;
+  }
   /// Equality and inequality of both parts.
   ///@{
   bool operator==(const SIZE& o) const { return cx == o.cx && cy == o.cy; }
@@ -106,11 +133,20 @@ class CSize : public tagSIZE {
 class CPoint : public tagPOINT {
  public:
   /// The point (0, 0).
-  CPoint() { x = 0; y = 0; }
+  CPoint() {
+    x = 0;
+    y = 0;
+  }
   /// The point (px, py).
-  CPoint(int px, int py) { x = px; y = py; }
+  CPoint(int px, int py) {
+    x = px;
+    y = py;
+  }
   /// A copy of a plain point.
-  CPoint(const POINT& p) { x = p.x; y = p.y; }
+  CPoint(const POINT& p) {
+    x = p.x;
+    y = p.y;
+  }
   /// Equality and inequality of both coordinates.
   ///@{
   bool operator==(const POINT& o) const { return x == o.x && y == o.y; }
@@ -125,13 +161,33 @@ class CRect : public tagRECT {
   /// The empty rectangle at (0, 0).
   CRect() { left = top = right = bottom = 0; }
   /// The rectangle of the four sides.
-  CRect(int l, int t, int r, int b) { left = l; top = t; right = r; bottom = b; }
+  CRect(int l, int t, int r, int b) {
+    left = l;
+    top = t;
+    right = r;
+    bottom = b;
+  }
   /// A copy of a plain rectangle.
-  CRect(const RECT& r) { left = r.left; top = r.top; right = r.right; bottom = r.bottom; }
+  CRect(const RECT& r) {
+    left = r.left;
+    top = r.top;
+    right = r.right;
+    bottom = r.bottom;
+  }
   /// A copy of a plain rectangle; a null pointer gives the empty one at (0, 0).
-  CRect(const RECT* r) { if (r) *static_cast<RECT*>(this) = *r; else left = top = right = bottom = 0; }
+  CRect(const RECT* r) {
+    if (r)
+      *static_cast<RECT*>(this) = *r;
+    else
+      left = top = right = bottom = 0;
+  }
   /// The rectangle at p of size s.
-  CRect(POINT p, SIZE s) { left = p.x; top = p.y; right = p.x + s.cx; bottom = p.y + s.cy; }
+  CRect(POINT p, SIZE s) {
+    left = p.x;
+    top = p.y;
+    right = p.x + s.cx;
+    bottom = p.y + s.cy;
+  }
 
   /// The width, right - left, and the height, bottom - top.
   /// In 64 bits, so that rectangles near the 32-bit limits cannot overflow;
@@ -170,11 +226,21 @@ class CRect : public tagRECT {
   void InflateRect(int dx, int dy) { ::InflateRect(this, dx, dy); }
   ///@}
   /// Widens each side by its own amount.
-  void InflateRect(int l, int t, int r, int b) { left -= l; top -= t; right += r; bottom += b; }
+  void InflateRect(int l, int t, int r, int b) {
+    left -= l;
+    top -= t;
+    right += r;
+    bottom += b;
+  }
   /// Narrows by dx on the left and right, by dy at the top and bottom.
   void DeflateRect(int dx, int dy) { ::InflateRect(this, -dx, -dy); }
   /// Narrows each side by its own amount.
-  void DeflateRect(int l, int t, int r, int b) { left += l; top += t; right -= r; bottom -= b; }
+  void DeflateRect(int l, int t, int r, int b) {
+    left += l;
+    top += t;
+    right -= r;
+    bottom -= b;
+  }
   /// As the free functions of the same names.
   ///@{
   BOOL IntersectRect(const RECT* a, const RECT* b) { return ::IntersectRect(this, a, b); }
@@ -189,8 +255,16 @@ class CRect : public tagRECT {
   ///@}
   /// Swaps left and right, top and bottom where they are the wrong way round.
   void NormalizeRect() {
-    if (left > right) { int t = left; left = right; right = t; }
-    if (top > bottom) { int t = top; top = bottom; bottom = t; }
+    if (left > right) {
+      int t = left;
+      left = right;
+      right = t;
+    }
+    if (top > bottom) {
+      int t = top;
+      top = bottom;
+      bottom = t;
+    }
   }
 
   /// The rectangle as a pointer to a plain one.
@@ -204,7 +278,10 @@ class CRect : public tagRECT {
   bool operator!=(const RECT& o) const { return !(*this == o); }
   ///@}
   /// Copies the sides of a plain rectangle.
-  CRect& operator=(const RECT& o) { ::CopyRect(this, &o); return *this; }
+  CRect& operator=(const RECT& o) {
+    ::CopyRect(this, &o);
+    return *this;
+  }
   /// Moves the rectangle by a size (+=, -=) or by a point's coordinates.
   ///@{
   void operator+=(SIZE s) { OffsetRect(s); }
@@ -215,7 +292,15 @@ class CRect : public tagRECT {
   void operator&=(const RECT& o) { ::IntersectRect(this, this, &o); }
   /// A copy moved by a size or by a point's coordinates.
   ///@{
-  CRect operator+(SIZE s) const { CRect r(*this); r.OffsetRect(s); return r; }
-  CRect operator+(POINT p) const { CRect r(*this); r.OffsetRect(p); return r; }
+  CRect operator+(SIZE s) const {
+    CRect r(*this);
+    r.OffsetRect(s);
+    return r;
+  }
+  CRect operator+(POINT p) const {
+    CRect r(*this);
+    r.OffsetRect(p);
+    return r;
+  }
   ///@}
 };

@@ -27,10 +27,23 @@ std::wstring Utf8ToWide(const char* text, std::size_t length) {
     }
     int extra;
     std::uint32_t cp, min;
-    if ((c & 0xE0) == 0xC0) { extra = 1; cp = c & 0x1Fu; min = 0x80; }
-    else if ((c & 0xF0) == 0xE0) { extra = 2; cp = c & 0x0Fu; min = 0x800; }
-    else if ((c & 0xF8) == 0xF0) { extra = 3; cp = c & 0x07u; min = 0x10000; }
-    else { out.push_back(L'\xFFFD'); ++i; continue; }
+    if ((c & 0xE0) == 0xC0) {
+      extra = 1;
+      cp = c & 0x1Fu;
+      min = 0x80;
+    } else if ((c & 0xF0) == 0xE0) {
+      extra = 2;
+      cp = c & 0x0Fu;
+      min = 0x800;
+    } else if ((c & 0xF8) == 0xF0) {
+      extra = 3;
+      cp = c & 0x07u;
+      min = 0x10000;
+    } else {
+      out.push_back(L'\xFFFD');
+      ++i;
+      continue;
+    }
     std::size_t j = 1;
     for (; j <= static_cast<std::size_t>(extra); ++j) {
       if (i + j >= length || (s[i + j] & 0xC0) != 0x80) break;
@@ -82,22 +95,34 @@ template <typename Out>
 int copyOut(const Out& converted, typename Out::value_type* dst, int dstLen) {
   const int need = static_cast<int>(converted.size());
   if (dstLen == 0) return need;
-  if (!dst || dstLen < 0) { SetLastError(87); return 0; }
+  if (!dst || dstLen < 0) {
+    SetLastError(87);
+    return 0;
+  }
   std::copy_n(converted.data(), std::min(need, dstLen), dst);
-  if (need > dstLen) { SetLastError(ERROR_INSUFFICIENT_BUFFER); return 0; }
+  if (need > dstLen) {
+    SetLastError(ERROR_INSUFFICIENT_BUFFER);
+    return 0;
+  }
   return need;
 }
 }  // namespace
 
 int MultiByteToWideChar(UINT, DWORD, const char* src, int srcLen, wchar_t* dst, int dstLen) {
-  if (!src || srcLen == 0 || srcLen < -1) { SetLastError(87); return 0; }
+  if (!src || srcLen == 0 || srcLen < -1) {
+    SetLastError(87);
+    return 0;
+  }
   const std::size_t n = srcLen == -1 ? std::strlen(src) + 1 : static_cast<std::size_t>(srcLen);
   return copyOut(Utf8ToWide(src, n), dst, dstLen);
 }
 
 int WideCharToMultiByte(UINT, DWORD, const wchar_t* src, int srcLen, char* dst, int dstLen, const char*,
                         BOOL* usedDefault) {
-  if (!src || srcLen == 0 || srcLen < -1) { SetLastError(87); return 0; }
+  if (!src || srcLen == 0 || srcLen < -1) {
+    SetLastError(87);
+    return 0;
+  }
   const std::size_t n = srcLen == -1 ? std::wcslen(src) + 1 : static_cast<std::size_t>(srcLen);
   if (usedDefault) {
     *usedDefault = FALSE;
@@ -178,7 +203,10 @@ CStringT<T>::CStringT(const CStringT<YCHAR>& s) : m_s(convert(s.GetString())) {}
 
 template <typename T>
 void CStringT<T>::FormatV(const T* format, va_list args) {
-  if (!format) { m_s.clear(); return; }
+  if (!format) {
+    m_s.clear();
+    return;
+  }
   StdString out;
   if (vformat(out, format, args) >= 0) m_s.swap(out);
 }
@@ -276,7 +304,10 @@ template <typename T>
 int CStringT<T>::Replace(T oldCh, T newCh) {
   int count = 0;
   for (auto& c : m_s)
-    if (c == oldCh) { c = newCh; ++count; }
+    if (c == oldCh) {
+      c = newCh;
+      ++count;
+    }
   return count;
 }
 
@@ -325,8 +356,9 @@ CStringT<T>& CStringT<T>::Trim() {
 
 template <typename T>
 CStringT<T>& CStringT<T>::MakeUpper() {
-  for (auto& c : m_s) c = static_cast<T>(std::is_same<T, char>::value ? std::toupper(static_cast<unsigned char>(c))
-                                                                       : static_cast<int>(std::towupper(static_cast<wint_t>(c))));
+  for (auto& c : m_s)
+    c = static_cast<T>(std::is_same<T, char>::value ? std::toupper(static_cast<unsigned char>(c))
+                                                    : static_cast<int>(std::towupper(static_cast<wint_t>(c))));
   return *this;
 }
 

@@ -50,7 +50,8 @@ class ORVEK_TEMPLATE_API CStringT {
   /// A copy of a zero-terminated text; null gives the empty string.
   CStringT(const T* s) : m_s(s ? s : empty()) {}
   /// The first length characters of s; null or a length below 1 gives the empty string.
-  CStringT(const T* s, int length) : m_s(s && length > 0 ? StdString(s, static_cast<std::size_t>(length)) : StdString()) {}
+  CStringT(const T* s, int length)
+      : m_s(s && length > 0 ? StdString(s, static_cast<std::size_t>(length)) : StdString()) {}
   /// The character repeated; a count below 1 gives the empty string.
   CStringT(T ch, int repeat = 1) : m_s(repeat > 0 ? static_cast<std::size_t>(repeat) : 0u, ch) {}
   /// A copy of a standard string.
@@ -69,10 +70,16 @@ class ORVEK_TEMPLATE_API CStringT {
   ///@}
   /// Assignment of a text (null: empty), a text of the other width (converted) or one character.
   ///@{
-  CStringT& operator=(const T* s) { m_s = s ? s : empty(); return *this; }
+  CStringT& operator=(const T* s) {
+    m_s = s ? s : empty();
+    return *this;
+  }
   CStringT& operator=(const YCHAR* s) { return *this = CStringT(s); }
   CStringT& operator=(const CStringT<YCHAR>& s) { return *this = CStringT(s); }
-  CStringT& operator=(T ch) { m_s.assign(1, ch); return *this; }
+  CStringT& operator=(T ch) {
+    m_s.assign(1, ch);
+    return *this;
+  }
   ///@}
 
   /// Number of characters.
@@ -161,16 +168,41 @@ class ORVEK_TEMPLATE_API CStringT {
 
   /// Appends a string, a text (null: nothing) or a character.
   ///@{
-  CStringT& operator+=(const CStringT& s) { m_s += s.m_s; return *this; }
-  CStringT& operator+=(const T* s) { if (s) m_s += s; return *this; }
-  CStringT& operator+=(T ch) { m_s += ch; return *this; }
+  CStringT& operator+=(const CStringT& s) {
+    m_s += s.m_s;
+    return *this;
+  }
+  CStringT& operator+=(const T* s) {
+    if (s) m_s += s;
+    return *this;
+  }
+  CStringT& operator+=(T ch) {
+    m_s += ch;
+    return *this;
+  }
   ///@}
   /// Concatenation.
   ///@{
-  friend CStringT operator+(const CStringT& a, const CStringT& b) { CStringT r(a); r += b; return r; }
-  friend CStringT operator+(const CStringT& a, const T* b) { CStringT r(a); r += b; return r; }
-  friend CStringT operator+(const T* a, const CStringT& b) { CStringT r(a); r += b; return r; }
-  friend CStringT operator+(const CStringT& a, T b) { CStringT r(a); r += b; return r; }
+  friend CStringT operator+(const CStringT& a, const CStringT& b) {
+    CStringT r(a);
+    r += b;
+    return r;
+  }
+  friend CStringT operator+(const CStringT& a, const T* b) {
+    CStringT r(a);
+    r += b;
+    return r;
+  }
+  friend CStringT operator+(const T* a, const CStringT& b) {
+    CStringT r(a);
+    r += b;
+    return r;
+  }
+  friend CStringT operator+(const CStringT& a, T b) {
+    CStringT r(a);
+    r += b;
+    return r;
+  }
   ///@}
   /// Equality and inequality of the characters; a null text is the empty text.
   ///@{
@@ -212,7 +244,10 @@ class ORVEK_API CStringArray {
   /// The last index: the size minus 1.
   int GetUpperBound() const { return GetSize() - 1; }
   /// Appends a copy; returns its index.
-  int Add(const CStringW& s) { m_items.push_back(s); return GetSize() - 1; }
+  int Add(const CStringW& s) {
+    m_items.push_back(s);
+    return GetSize() - 1;
+  }
   /// The string at index i, which must exist.
   ///@{
   const CStringW& GetAt(int i) const { return m_items[static_cast<std::size_t>(i)]; }

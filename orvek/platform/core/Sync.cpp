@@ -17,7 +17,7 @@ CCriticalSection::~CCriticalSection() = default;
 // The holder's own bodies keep the state the analysis reads from the
 // declarations; they are not analysed themselves.
 CSingleLock::CSingleLock(CSyncObject* object, BOOL bInitialLock) ORVEK_NO_THREAD_SAFETY_ANALYSIS : m_pObject(object),
-                                                                                           m_bAcquired(FALSE) {
+                                                                                                   m_bAcquired(FALSE) {
   if (bInitialLock) Lock();
 }
 

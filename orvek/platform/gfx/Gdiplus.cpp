@@ -128,7 +128,8 @@ Status SolidBrush::SetColor(const Color& color) {
 
 FontFamily::FontFamily() : m_generic(false), m_status(FontFamilyNotFound) {}
 
-FontFamily::FontFamily(const wchar_t* name) : m_name(name ? name : L""), m_generic(false), m_status(FontFamilyNotFound) {
+FontFamily::FontFamily(const wchar_t* name)
+    : m_name(name ? name : L""), m_generic(false), m_status(FontFamilyNotFound) {
   if (!HaveFonts())
     m_status = GdiplusNotInitialized;
   else if (!m_name.empty() && QFontDatabase::hasFamily(QString::fromStdWString(m_name)))
@@ -294,7 +295,8 @@ Status Graphics::Clear(const Color& color) {
   QPainter& p = *m_p->painter;
   const QPainter::CompositionMode mode = p.compositionMode();
   p.setCompositionMode(QPainter::CompositionMode_Source);
-  p.fillRect(QRect(QPoint(0, 0), p.device() ? QSize(p.device()->width(), p.device()->height()) : QSize()), Opaque(color));
+  p.fillRect(QRect(QPoint(0, 0), p.device() ? QSize(p.device()->width(), p.device()->height()) : QSize()),
+             Opaque(color));
   p.setCompositionMode(mode);
   return Ok;
 }
@@ -423,7 +425,8 @@ Status Graphics::DrawLines(const Pen* pen, const PointF* points, INT count) {
   return Ok;
 }
 
-Status Graphics::MeasureString(const wchar_t* text, INT length, const Font* font, const RectF& layout, RectF* box) const {
+Status Graphics::MeasureString(const wchar_t* text, INT length, const Font* font, const RectF& layout,
+                               RectF* box) const {
   if (m_status != Ok) return WrongState;
   if (!text || !font || !box || font->GetLastStatus() != Ok) return InvalidParameter;
   const QFontMetricsF metrics(font->impl()->font, m_p->painter->device());
@@ -432,13 +435,15 @@ Status Graphics::MeasureString(const wchar_t* text, INT length, const Font* font
   return Ok;
 }
 
-Status Graphics::DrawString(const wchar_t* text, INT length, const Font* font, const RectF& layout, const Brush* brush) {
+Status Graphics::DrawString(const wchar_t* text, INT length, const Font* font, const RectF& layout,
+                            const Brush* brush) {
   if (m_status != Ok) return WrongState;
   if (!text || !font || !brush || font->GetLastStatus() != Ok) return InvalidParameter;
   QPainter& p = *m_p->painter;
   p.setFont(font->impl()->font);
   p.setPen(QPen(ToQColor(brush->GetFillColor())));
-  p.drawText(QRectF(layout.X, layout.Y, 0, 0), Qt::AlignLeft | Qt::AlignTop | Qt::TextDontClip, ToQString(text, length));
+  p.drawText(QRectF(layout.X, layout.Y, 0, 0), Qt::AlignLeft | Qt::AlignTop | Qt::TextDontClip,
+             ToQString(text, length));
   return Ok;
 }
 
@@ -474,7 +479,8 @@ Status Graphics::DrawImage(Bitmap* image, INT x, INT y, INT srcX, INT srcY, INT 
 
 Status Graphics::DrawImage(Bitmap* image, INT x, INT y) {
   if (!image || image->GetLastStatus() != Ok) return InvalidParameter;
-  return DrawImage(image, x, y, 0, 0, static_cast<INT>(image->GetWidth()), static_cast<INT>(image->GetHeight()), UnitPixel);
+  return DrawImage(image, x, y, 0, 0, static_cast<INT>(image->GetWidth()), static_cast<INT>(image->GetHeight()),
+                   UnitPixel);
 }
 
 // ---- Qt extras ----

@@ -49,8 +49,7 @@ class TrackbarWidget : public QSlider {
       case Qt::Key_End:
         if (!e->isAutoRepeat() && impl) impl->notifyScroll(TB_ENDTRACK, 0);
         break;
-      default:
-        break;
+      default: break;
     }
   }
 };
@@ -150,10 +149,8 @@ bool isCheckStyle(DWORD style) {
     case BS_CHECKBOX:
     case BS_AUTOCHECKBOX:
     case BS_3STATE:
-    case BS_AUTO3STATE:
-      return true;
-    default:
-      return false;
+    case BS_AUTO3STATE: return true;
+    default: return false;
   }
 }
 
@@ -189,15 +186,9 @@ bool sliderProc(CWndImpl* impl, UINT message, WPARAM wParam, LPARAM lParam, LRES
     s->setPageStep(static_cast<int>(std::clamp<long long>(span / 5, 1, INT_MAX)));
   };
   switch (message) {
-    case TBM_GETPOS:
-      *result = s->sliderPosition();
-      return true;
-    case TBM_GETRANGEMIN:
-      *result = s->minimum();
-      return true;
-    case TBM_GETRANGEMAX:
-      *result = s->maximum();
-      return true;
+    case TBM_GETPOS: *result = s->sliderPosition(); return true;
+    case TBM_GETRANGEMIN: *result = s->minimum(); return true;
+    case TBM_GETRANGEMAX: *result = s->maximum(); return true;
     case TBM_SETPOS:
       s->setValue(value);  // clamps; tells nobody
       return true;
@@ -205,15 +196,9 @@ bool sliderProc(CWndImpl* impl, UINT message, WPARAM wParam, LPARAM lParam, LRES
       setRange(static_cast<short>(LOWORD(static_cast<std::uintptr_t>(lParam))),
                static_cast<short>(HIWORD(static_cast<std::uintptr_t>(lParam))));
       return true;
-    case TBM_SETRANGEMIN:
-      setRange(value, s->maximum());
-      return true;
-    case TBM_SETRANGEMAX:
-      setRange(s->minimum(), value);
-      return true;
-    default:
-      (void)wParam;
-      return false;
+    case TBM_SETRANGEMIN: setRange(value, s->maximum()); return true;
+    case TBM_SETRANGEMAX: setRange(s->minimum(), value); return true;
+    default: (void)wParam; return false;
   }
 }
 
@@ -221,9 +206,7 @@ bool buttonProc(CWndImpl* impl, UINT message, WPARAM wParam, LPARAM, LRESULT* re
   auto* b = static_cast<QAbstractButton*>(impl->widget);
   auto* check = qobject_cast<QCheckBox*>(b);
   switch (message) {
-    case BM_GETCHECK:
-      *result = check ? toCheck(check->checkState()) : BST_UNCHECKED;
-      return true;
+    case BM_GETCHECK: *result = check ? toCheck(check->checkState()) : BST_UNCHECKED; return true;
     case BM_SETCHECK:
       if (check) {
         const int state = static_cast<int>(wParam);
@@ -238,8 +221,7 @@ bool buttonProc(CWndImpl* impl, UINT message, WPARAM wParam, LPARAM, LRESULT* re
       b->click();
       *result = 0;
       return true;
-    default:
-      return false;
+    default: return false;
   }
 }
 
@@ -256,12 +238,8 @@ bool comboProc(CWndImpl* impl, UINT message, WPARAM wParam, LPARAM lParam, LRESU
       *result = c->count() - 1;
       return true;
     }
-    case CB_GETCOUNT:
-      *result = c->count();
-      return true;
-    case CB_GETCURSEL:
-      *result = c->currentIndex();
-      return true;
+    case CB_GETCOUNT: *result = c->count(); return true;
+    case CB_GETCURSEL: *result = c->currentIndex(); return true;
     case CB_SETCURSEL:
       if (index >= 0 && index < c->count()) {
         c->setCurrentIndex(index);
@@ -271,9 +249,7 @@ bool comboProc(CWndImpl* impl, UINT message, WPARAM wParam, LPARAM lParam, LRESU
         *result = CB_ERR;
       }
       return true;
-    case CB_GETDROPPEDSTATE:
-      *result = c->view()->isVisible() ? TRUE : FALSE;
-      return true;
+    case CB_GETDROPPEDSTATE: *result = c->view()->isVisible() ? TRUE : FALSE; return true;
     case CB_SHOWDROPDOWN:
       if (wParam)
         c->showPopup();
@@ -290,12 +266,10 @@ bool comboProc(CWndImpl* impl, UINT message, WPARAM wParam, LPARAM lParam, LRESU
       if (index < 0 || index >= c->count()) {
         *result = CB_ERR;
       } else {
-        *result = copyText(c->itemText(index),
-                           message == CB_GETLBTEXT ? reinterpret_cast<wchar_t*>(lParam) : nullptr);
+        *result = copyText(c->itemText(index), message == CB_GETLBTEXT ? reinterpret_cast<wchar_t*>(lParam) : nullptr);
       }
       return true;
-    default:
-      return false;
+    default: return false;
   }
 }
 
@@ -316,9 +290,7 @@ bool tabProc(CWndImpl* impl, UINT message, WPARAM wParam, LPARAM lParam, LRESULT
       t->layoutBar();
       return true;
     }
-    case TCM_GETITEMCOUNT:
-      *result = bar->count();
-      return true;
+    case TCM_GETITEMCOUNT: *result = bar->count(); return true;
     case TCM_DELETEALLITEMS: {
       Quiet quiet(t);
       while (bar->count() > 0) bar->removeTab(bar->count() - 1);
@@ -326,9 +298,7 @@ bool tabProc(CWndImpl* impl, UINT message, WPARAM wParam, LPARAM lParam, LRESULT
       *result = TRUE;
       return true;
     }
-    case TCM_GETCURSEL:
-      *result = bar->currentIndex();
-      return true;
+    case TCM_GETCURSEL: *result = bar->currentIndex(); return true;
     case TCM_SETCURSEL:
       if (index < 0 || index >= bar->count()) {
         *result = -1;
@@ -352,8 +322,7 @@ bool tabProc(CWndImpl* impl, UINT message, WPARAM wParam, LPARAM lParam, LRESULT
       *result = 0;
       return true;
     }
-    default:
-      return false;
+    default: return false;
   }
 }
 
@@ -368,7 +337,8 @@ QWidget* orvek_ui::makeControlWidget(WndKind kind, DWORD style, QWidget* parent)
       l->setTextFormat(Qt::PlainText);
       l->setWordWrap(true);
       const DWORD type = style & SS_TYPEMASK;
-      const Qt::Alignment h = type == SS_CENTER ? Qt::AlignHCenter : (type == SS_RIGHT ? Qt::AlignRight : Qt::AlignLeft);
+      const Qt::Alignment h =
+          type == SS_CENTER ? Qt::AlignHCenter : (type == SS_RIGHT ? Qt::AlignRight : Qt::AlignLeft);
       l->setAlignment(h | Qt::AlignTop);
       return l;
     }
@@ -393,10 +363,8 @@ QWidget* orvek_ui::makeControlWidget(WndKind kind, DWORD style, QWidget* parent)
       s->setInvertedAppearance((style & TBS_VERT) != 0);
       return s;
     }
-    case WndKind::Tab:
-      return new TabControlWidget(parent);
-    case WndKind::Generic:
-      break;
+    case WndKind::Tab: return new TabControlWidget(parent);
+    case WndKind::Generic: break;
   }
   return new QWidget(parent);
 }
@@ -451,8 +419,7 @@ void orvek_ui::wireControl(CWndImpl* impl) {
       });
       break;
     }
-    default:
-      break;
+    default: break;
   }
 }
 
@@ -559,9 +526,7 @@ int CComboBox::GetCurSel() const { return static_cast<int>(::SendMessageW(m_hWnd
 int CComboBox::SetCurSel(int nSelect) {
   return static_cast<int>(::SendMessageW(m_hWnd, CB_SETCURSEL, static_cast<WPARAM>(nSelect), 0));
 }
-BOOL CComboBox::GetDroppedState() const {
-  return static_cast<BOOL>(::SendMessageW(m_hWnd, CB_GETDROPPEDSTATE, 0, 0));
-}
+BOOL CComboBox::GetDroppedState() const { return static_cast<BOOL>(::SendMessageW(m_hWnd, CB_GETDROPPEDSTATE, 0, 0)); }
 void CComboBox::ShowDropDown(BOOL bShowIt) { ::SendMessageW(m_hWnd, CB_SHOWDROPDOWN, static_cast<WPARAM>(bShowIt), 0); }
 void CComboBox::ResetContent() { ::SendMessageW(m_hWnd, CB_RESETCONTENT, 0, 0); }
 void CComboBox::GetLBText(int nIndex, CStringW& rString) const {

@@ -95,8 +95,8 @@ BOOL DeleteObject(HGDIOBJ object) {
   return TRUE;
 }
 
-HFONT CreateFontW(int height, int, int, int, int weight, DWORD italic, DWORD underline, DWORD strikeOut, DWORD,
-                  DWORD, DWORD, DWORD, DWORD, const wchar_t* faceName) {
+HFONT CreateFontW(int height, int, int, int, int weight, DWORD italic, DWORD underline, DWORD strikeOut, DWORD, DWORD,
+                  DWORD, DWORD, DWORD, const wchar_t* faceName) {
   QFont f;
   if (faceName && *faceName) f.setFamily(orvek_ui::toQString(faceName));
   f.setStyleHint(QFont::SansSerif);

@@ -21,10 +21,8 @@ bool anyVisibleWindow() {
     switch (w->windowType()) {
       case Qt::Popup:
       case Qt::ToolTip:
-      case Qt::Desktop:
-        continue;
-      default:
-        return true;
+      case Qt::Desktop: continue;
+      default: return true;
     }
   }
   return false;

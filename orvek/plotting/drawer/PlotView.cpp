@@ -20,9 +20,7 @@ bool SpanUsable(double a, double b) {
   return span <= kMaxSpan && span >= kMinSpan && span >= scale * kMinRelativeSpan;
 }
 
-tagPlotView Checked(const tagPlotView& before, const tagPlotView& after) {
-  return Usable(after) ? after : before;
-}
+tagPlotView Checked(const tagPlotView& before, const tagPlotView& after) { return Usable(after) ? after : before; }
 }  // namespace
 
 bool Usable(const tagPlotView& v) { return SpanUsable(v.dFirst, v.dLast) && SpanUsable(v.dBottom, v.dTop); }

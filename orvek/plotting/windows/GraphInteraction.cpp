@@ -60,7 +60,9 @@ class Interaction : public QObject {
   QRect Plot() const;
   double FractionX(double px) const;
   double FractionY(double py) const;
-  void Changed() { if (m_widget) m_widget->update(); }
+  void Changed() {
+    if (m_widget) m_widget->update();
+  }
   void SetView(const tagPlotView& v);
   void Press(QMouseEvent* e);
   void Move(QMouseEvent* e);
@@ -110,25 +112,16 @@ void Interaction::SetView(const tagPlotView& v) {
 bool Interaction::eventFilter(QObject* watched, QEvent* e) {
   if (watched != m_widget || !m_enabled || !Drawer()) return false;
   switch (e->type()) {
-    case QEvent::Wheel:
-      Wheel(static_cast<QWheelEvent*>(e));
-      return true;
-    case QEvent::MouseButtonPress:
-      Press(static_cast<QMouseEvent*>(e));
-      return true;
-    case QEvent::MouseMove:
-      Move(static_cast<QMouseEvent*>(e));
-      return true;
-    case QEvent::MouseButtonRelease:
-      Release(static_cast<QMouseEvent*>(e));
-      return true;
+    case QEvent::Wheel: Wheel(static_cast<QWheelEvent*>(e)); return true;
+    case QEvent::MouseButtonPress: Press(static_cast<QMouseEvent*>(e)); return true;
+    case QEvent::MouseMove: Move(static_cast<QMouseEvent*>(e)); return true;
+    case QEvent::MouseButtonRelease: Release(static_cast<QMouseEvent*>(e)); return true;
     case QEvent::MouseButtonDblClick:
       if (static_cast<QMouseEvent*>(e)->button() != Qt::LeftButton) return false;
       Drawer()->ResetView();
       Changed();
       return true;
-    case QEvent::KeyPress:
-      return Key(static_cast<QKeyEvent*>(e));
+    case QEvent::KeyPress: return Key(static_cast<QKeyEvent*>(e));
     case QEvent::ContextMenu:
       // The right button opens the menu on its release, unless it drew a box.
       return static_cast<QContextMenuEvent*>(e)->reason() == QContextMenuEvent::Mouse;
@@ -136,8 +129,7 @@ bool Interaction::eventFilter(QObject* watched, QEvent* e) {
       m_hover = false;
       Changed();
       return false;
-    default:
-      return false;
+    default: return false;
   }
 }
 
@@ -193,8 +185,8 @@ void Interaction::Release(QMouseEvent* e) {
   if (!m_pressed || e->button() != m_button) return;
   m_pressed = false;
   const QPoint at = e->position().toPoint();
-  const bool moved = std::abs(at.x() - m_pressAt.x()) >= kDragThreshold &&
-                     std::abs(at.y() - m_pressAt.y()) >= kDragThreshold;
+  const bool moved =
+      std::abs(at.x() - m_pressAt.x()) >= kDragThreshold && std::abs(at.y() - m_pressAt.y()) >= kDragThreshold;
   if (m_drag == Drag::Box && moved) {
     SetView(orvek_view::Box(m_pressView, FractionX(m_pressAt.x()), FractionY(m_pressAt.y()), FractionX(at.x()),
                             FractionY(at.y())));
@@ -211,25 +203,14 @@ void Interaction::Release(QMouseEvent* e) {
 bool Interaction::Key(QKeyEvent* e) {
   CGraphDrawer* d = Drawer();
   switch (e->key()) {
-    case Qt::Key_Space:
-      d->SetPaused(d->IsPaused() ? FALSE : TRUE);
-      break;
-    case Qt::Key_Home:
-      d->ResetView();
-      break;
+    case Qt::Key_Space: d->SetPaused(d->IsPaused() ? FALSE : TRUE); break;
+    case Qt::Key_Home: d->ResetView(); break;
     case Qt::Key_Plus:
-    case Qt::Key_Equal:
-      SetView(orvek_view::ZoomX(d->GetView(), 0.5, kWheelStep));
-      break;
-    case Qt::Key_Minus:
-      SetView(orvek_view::ZoomX(d->GetView(), 0.5, 1.0 / kWheelStep));
-      break;
+    case Qt::Key_Equal: SetView(orvek_view::ZoomX(d->GetView(), 0.5, kWheelStep)); break;
+    case Qt::Key_Minus: SetView(orvek_view::ZoomX(d->GetView(), 0.5, 1.0 / kWheelStep)); break;
     case Qt::Key_Left:
-    case Qt::Key_Right:
-      SetView(orvek_view::Pan(d->GetView(), e->key() == Qt::Key_Left ? 0.1 : -0.1, 0.0));
-      break;
-    default:
-      return false;
+    case Qt::Key_Right: SetView(orvek_view::Pan(d->GetView(), e->key() == Qt::Key_Left ? 0.1 : -0.1, 0.0)); break;
+    default: return false;
   }
   Changed();
   return true;

@@ -54,7 +54,8 @@ void SetResizePolicy(QWidget* w, BOOL bResize) {
 }
 }  // namespace
 
-CGraphWnd::CGraphWnd(void) : m_pDrawer(nullptr), m_nCurves(0), m_nHistory(0), m_nRedrawTimer(0), m_bNeedRedraw(0), m_pInteraction(nullptr) {}
+CGraphWnd::CGraphWnd(void)
+    : m_pDrawer(nullptr), m_nCurves(0), m_nHistory(0), m_nRedrawTimer(0), m_bNeedRedraw(0), m_pInteraction(nullptr) {}
 
 CGraphWnd::~CGraphWnd(void) { orvek_plot::DetachInteraction(m_pInteraction); }
 
@@ -114,7 +115,7 @@ void CGraphWnd::SetRedrawTimer(float fRedrawRate) {
   if (fRedrawRate > 0.0f) {
     const float ms = 1000.0f / fRedrawRate + 0.5f;
     period = ms >= static_cast<float>(std::numeric_limits<UINT>::max()) ? std::numeric_limits<UINT>::max()
-                                                                         : static_cast<UINT>(ms);
+                                                                        : static_cast<UINT>(ms);
   }
   m_nRedrawTimer = SetTimer(kRedrawTimerId, period, nullptr);
 }
@@ -180,9 +181,9 @@ void CGraphWnd::DrawGraphAvg(int iCurve, const void* pData, int nCount, double d
   m_bNeedRedraw.store(1);
 }
 
-#define ORVEK_GRAPHWND_INSTANTIATE(T)                                                                 \
-  template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraph<T>(int, const void*, int, int);               \
-  template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphHistory<T>(int, const void*, int, int, int);   \
+#define ORVEK_GRAPHWND_INSTANTIATE(T)                                                                       \
+  template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraph<T>(int, const void*, int, int);                     \
+  template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphHistory<T>(int, const void*, int, int, int);         \
   template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphHistoryCircular<T>(int, const void*, int, int, int); \
   template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphAvg<T>(int, const void*, int, double, int);
 ORVEK_PLOT_ELEMENT_TYPES(ORVEK_GRAPHWND_INSTANTIATE)

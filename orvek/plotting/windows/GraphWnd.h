@@ -21,11 +21,11 @@ class Interaction;
 
 /// Description of one graph window. The texts are copied by Create.
 struct tagGraphWndInfo {
-  tagRECT rcWindow;        ///< place and size in the parent's client area; the size is the plot's
-  const wchar_t* pTitle;   ///< null: no title
-  const wchar_t* pXName;   ///< null: no name under the X axis
-  const wchar_t* pYName;   ///< null: no name beside the Y axis
-  int nCurves;             ///< below 1: one curve (CGraphsWindow takes 0 as "no graph here")
+  tagRECT rcWindow;       ///< place and size in the parent's client area; the size is the plot's
+  const wchar_t* pTitle;  ///< null: no title
+  const wchar_t* pXName;  ///< null: no name under the X axis
+  const wchar_t* pYName;  ///< null: no name beside the Y axis
+  int nCurves;            ///< below 1: one curve (CGraphsWindow takes 0 as "no graph here")
 };
 
 /// The child window of one graph. Host threads push blocks of samples at any
@@ -161,9 +161,9 @@ class ORVEK_API CGraphWnd : public CWnd {
   /// Owned, from Create to Destroy. Written under m_csDrawer on the window's
   /// thread, which also reads it without the lock, as the intake does.
   CGraphDrawer* m_pDrawer;
-  int m_nCurves;             ///< curves of the graph, at least 1 from Create on; 0 before
-  int m_nHistory;            ///< ring length of the history modes
-  UINT_PTR m_nRedrawTimer;   ///< id of the running redraw timer, 0 when none
+  int m_nCurves;            ///< curves of the graph, at least 1 from Create on; 0 before
+  int m_nHistory;           ///< ring length of the history modes
+  UINT_PTR m_nRedrawTimer;  ///< id of the running redraw timer, 0 when none
   /// Set by host threads after their data are stored, cleared by the window's
   /// thread when it asks for the paint.
   std::atomic<BOOL> m_bNeedRedraw;
@@ -181,9 +181,9 @@ class ORVEK_API CGraphWnd : public CWnd {
 /// Declares the intake of CGraphWnd as built into the library for sample type T,
 /// so a host needs no template bodies; called for each type of
 /// ORVEK_PLOT_ELEMENT_TYPES and undefined again at the end of this header.
-#define ORVEK_GRAPHWND_EXTERN(T)                                                                          \
-  extern template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraph<T>(int, const void*, int, int);            \
-  extern template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphHistory<T>(int, const void*, int, int, int); \
+#define ORVEK_GRAPHWND_EXTERN(T)                                                                                   \
+  extern template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraph<T>(int, const void*, int, int);                     \
+  extern template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphHistory<T>(int, const void*, int, int, int);         \
   extern template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphHistoryCircular<T>(int, const void*, int, int, int); \
   extern template ORVEK_TEMPLATE_API void CGraphWnd::DrawGraphAvg<T>(int, const void*, int, double, int);
 ORVEK_PLOT_ELEMENT_TYPES(ORVEK_GRAPHWND_EXTERN)

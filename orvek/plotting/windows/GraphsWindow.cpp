@@ -236,8 +236,7 @@ LONG CGraphsWindow::DrawGraph(int iGraph, const void* pData, int nCount, int nSt
 }
 
 template <typename T>
-LONG CGraphsWindow::DrawGraphHistory(int iGraph, const void* pData, int nCount, int nHistory, int nStride,
-                                     int iCurve) {
+LONG CGraphsWindow::DrawGraphHistory(int iGraph, const void* pData, int nCount, int nHistory, int nStride, int iCurve) {
   return WithGraph(this, iGraph, true,
                    [&](CGraphWnd* g) { g->DrawGraphHistory<T>(iCurve, pData, nCount, nHistory, nStride); });
 }
@@ -248,8 +247,8 @@ LONG CGraphsWindow::DrawGraphAvg(int iGraph, const void* pData, int nCount, doub
                    [&](CGraphWnd* g) { g->DrawGraphAvg<T>(iCurve, pData, nCount, dFactor, nStride); });
 }
 
-#define ORVEK_GRAPHSWINDOW_INSTANTIATE(T)                                                                 \
-  template ORVEK_TEMPLATE_API LONG CGraphsWindow::DrawGraph<T>(int, const void*, int, int, int);          \
+#define ORVEK_GRAPHSWINDOW_INSTANTIATE(T)                                                                    \
+  template ORVEK_TEMPLATE_API LONG CGraphsWindow::DrawGraph<T>(int, const void*, int, int, int);             \
   template ORVEK_TEMPLATE_API LONG CGraphsWindow::DrawGraphHistory<T>(int, const void*, int, int, int, int); \
   template ORVEK_TEMPLATE_API LONG CGraphsWindow::DrawGraphAvg<T>(int, const void*, int, double, int, int);
 ORVEK_PLOT_ELEMENT_TYPES(ORVEK_GRAPHSWINDOW_INSTANTIATE)

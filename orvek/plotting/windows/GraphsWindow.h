@@ -69,8 +69,8 @@ class ORVEK_API CGraphsWindow : public CWnd {
   /// CGraphWnd::SetROIAutoY (without a starting Y range) on graph iGraph.
   ORVEK_RESULT LONG SetROIAutoY(int iGraph, int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, int nYDivs);
   /// CGraphWnd::SetROI on graph iGraph.
-  ORVEK_RESULT LONG SetROI(int iGraph, int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, double dYMin, double dYMax,
-              float fYAxisMin, float fYAxisMax, int nYDivs);
+  ORVEK_RESULT LONG SetROI(int iGraph, int iFrom, int iTo, float fXMin, float fXMax, int nXDivs, double dYMin,
+                           double dYMax, float fYAxisMin, float fYAxisMax, int nYDivs);
   /// CGraphWnd::HighlightCurve on graph iGraph.
   ORVEK_RESULT LONG HighlightCurve(int iGraph, int iFrom, int iTo, int iCurve);
   /// Clears the highlighted stretch of a curve.
@@ -138,11 +138,12 @@ class ORVEK_API CGraphsWindow : public CWnd {
   /// Lays the graphs out for the new client size while resizing is on.
   void OnSize(UINT nType, int cx, int cy) override;
 
-  std::vector<CGraphWnd*> m_graphs ORVEK_GUARDED_BY(m_csGraphs);  ///< owned; null where a description asked for no graph
-  HBRUSH m_hBrush;                   ///< ground of the window class
-  CCriticalSection m_csGraphs;       ///< m_graphs, m_rects and every call through them
+  std::vector<CGraphWnd*> m_graphs
+      ORVEK_GUARDED_BY(m_csGraphs);                           ///< owned; null where a description asked for no graph
+  HBRUSH m_hBrush;                                            ///< ground of the window class
+  CCriticalSection m_csGraphs;                                ///< m_graphs, m_rects and every call through them
   std::vector<tagRECT> m_rects ORVEK_GUARDED_BY(m_csGraphs);  ///< present rectangle of each description
-  CStringW m_title;                  ///< given by SetTitle
+  CStringW m_title;                                           ///< given by SetTitle
 
  protected:
   /// CWnd::ShowWindow; the host uses ShowWindow() and HideWindow().
@@ -162,8 +163,8 @@ class ORVEK_API CGraphsWindow : public CWnd {
 /// Declares the intake of CGraphsWindow as built into the library for sample type T,
 /// so a host needs no template bodies; called for each type of
 /// ORVEK_PLOT_ELEMENT_TYPES and undefined again at the end of this header.
-#define ORVEK_GRAPHSWINDOW_EXTERN(T)                                                                           \
-  extern template ORVEK_TEMPLATE_API LONG CGraphsWindow::DrawGraph<T>(int, const void*, int, int, int);         \
+#define ORVEK_GRAPHSWINDOW_EXTERN(T)                                                                                \
+  extern template ORVEK_TEMPLATE_API LONG CGraphsWindow::DrawGraph<T>(int, const void*, int, int, int);             \
   extern template ORVEK_TEMPLATE_API LONG CGraphsWindow::DrawGraphHistory<T>(int, const void*, int, int, int, int); \
   extern template ORVEK_TEMPLATE_API LONG CGraphsWindow::DrawGraphAvg<T>(int, const void*, int, double, int, int);
 ORVEK_PLOT_ELEMENT_TYPES(ORVEK_GRAPHSWINDOW_EXTERN)

@@ -8,10 +8,10 @@
 #include <string>
 
 #include <orvek/frame/OrvekGlobals.h>
+#include <orvek/persistence/IniFile.h>
 #include <orvek/platform/core/File.h>
 #include <orvek/platform/core/Kernel.h>
 #include <orvek/platform/core/Module.h>
-#include <orvek/persistence/IniFile.h>
 #include <orvek/tuning/dialog/DialogText_p.h>
 #include <orvek/tuning/model/ParamRules.h>
 #include <orvek/tuning/placement/ToolWindows_p.h>
@@ -92,8 +92,14 @@ CRect clientRectOf(CWnd& dialog, CWnd& child) {
 }  // namespace
 
 CDlgParamTune::CDlgParamTune()
-    : m_updateTimer(0), m_pStrings(nullptr), m_pfnNotify(nullptr), m_pNotifyContext(nullptr), m_pfnElapse(nullptr),
-      m_pElapseContext(nullptr), m_bDirty(FALSE), m_pNotify(nullptr),
+    : m_updateTimer(0),
+      m_pStrings(nullptr),
+      m_pfnNotify(nullptr),
+      m_pNotifyContext(nullptr),
+      m_pfnElapse(nullptr),
+      m_pElapseContext(nullptr),
+      m_bDirty(FALSE),
+      m_pNotify(nullptr),
       m_editor(new tuning_text::ValueEditor([this](int i) { EditParamValue(i); })) {
   tuning_text::PreferMetricFace();
   m_font.CreateFontW(8, 0, 0, 0, FW_NORMAL, 0, 0, 0, ANSI_CHARSET, OUT_DEFAULT_PRECIS, CLIP_DEFAULT_PRECIS,
@@ -165,7 +171,8 @@ void CDlgParamTune::AddParam(int* pValue, const wchar_t* pszName, CDlgParamTuneN
 void CDlgParamTune::AddParam(float* pValue, const wchar_t* pszName, float fMin, float fMax,
                              CDlgParamTuneNotify* pNotify) {
   CSingleLock lock(&m_lock, TRUE);
-  tagParamInfoV2 info{pszName, ePT_Float, pValue, fMin, fMax, &CDlgParamTuneNotify::OnParamChanged, pNotify, nullptr, 0};
+  tagParamInfoV2 info{pszName, ePT_Float, pValue, fMin, fMax, &CDlgParamTuneNotify::OnParamChanged,
+                      pNotify, nullptr,   0};
   m_pNotify = pNotify;
   AddParam(&info);
 }
@@ -310,7 +317,8 @@ void CDlgParamTune::Create(PFN_PARAM_NOTIFY pfnNotify, void* pContext) {
         m_editor->Watch(c->slider, c->valueText, static_cast<int>(i));
         break;
       case ePT_Bool:
-        c->check.Create(info.pszName, WS_CHILD | BS_CHECKBOX | BS_CENTER, cell(0, 0, ITEM_WIDTH, ITEM_HEIGHT), this, id);
+        c->check.Create(info.pszName, WS_CHILD | BS_CHECKBOX | BS_CENTER, cell(0, 0, ITEM_WIDTH, ITEM_HEIGHT), this,
+                        id);
         c->check.SetFont(&m_font, TRUE);
         tuning_text::FitOneLine(c->check, info.pszName);
         break;
@@ -390,9 +398,7 @@ void CDlgParamTune::ShowGroup(int nGroup) {
         c->valueText.ShowWindow(cmd);
         c->label.ShowWindow(cmd);
         break;
-      case ePT_Bool:
-        c->check.ShowWindow(cmd);
-        break;
+      case ePT_Bool: c->check.ShowWindow(cmd); break;
       case ePT_List:
         c->label.ShowWindow(cmd);
         c->list.ShowWindow(cmd);
@@ -401,8 +407,7 @@ void CDlgParamTune::ShowGroup(int nGroup) {
         // A header in first place opens page 0 and changes nothing.
         if (i != 0) shown = ++page == nGroup;
         break;
-      default:
-        break;
+      default: break;
     }
   }
 }
@@ -439,9 +444,7 @@ void CDlgParamTune::UpdateInterface() {
         UpdateIntParamVal(static_cast<int>(i));
         break;
       }
-      case ePT_Bool:
-        c->check.SendMessage(BM_SETCHECK, static_cast<WPARAM>(load(intOf(p))));
-        break;
+      case ePT_Bool: c->check.SendMessage(BM_SETCHECK, static_cast<WPARAM>(load(intOf(p)))); break;
       case ePT_List: {
         // An open list keeps its selection; the entries behind it wait for
         // a later tick.
@@ -457,8 +460,7 @@ void CDlgParamTune::UpdateInterface() {
         c->list.SendMessage(CB_SETCURSEL, static_cast<WPARAM>(sel));
         break;
       }
-      default:
-        break;
+      default: break;
     }
   }
 }
@@ -800,8 +802,7 @@ void CDlgParamTune::WriteValues(CIniFile* pIni) {
         (void)pIni->WriteParam(section.GetString(), p.pszName, &value);
         break;
       }
-      default:
-        break;
+      default: break;
     }
   }
 }

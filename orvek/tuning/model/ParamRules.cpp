@@ -65,9 +65,7 @@ int FloatDecimals(double dMin, double dMax) {
   return StepDecimals(static_cast<float>(dMax - dMin) * 0.00390625f, INT_MAX);
 }
 
-CStringW FloatText(float value, double dMin, double dMax) {
-  return TextWithDecimals(value, FloatDecimals(dMin, dMax));
-}
+CStringW FloatText(float value, double dMin, double dMax) { return TextWithDecimals(value, FloatDecimals(dMin, dMax)); }
 
 bool LogScaleUsable(double dMin, double dMax) {
   return dMin > 0.0 && dMax > dMin && std::isfinite(dMin) && std::isfinite(dMax);

@@ -59,8 +59,7 @@ ORVEK_API int TruncToInt(double value);
 /// Copies every name and choice text of the list into a new pool and points
 /// the list at the copies; choice arrays are copied into new blocks that are
 /// appended to `blocks`. The old pool is deleted after the copy.
-ORVEK_API void SavePool(std::vector<tagParamInfoV2>* params, std::vector<tagParamChoice*>* blocks,
-                        CStringArray** pool);
+ORVEK_API void SavePool(std::vector<tagParamInfoV2>* params, std::vector<tagParamChoice*>* blocks, CStringArray** pool);
 
 // ---- layout ----
 

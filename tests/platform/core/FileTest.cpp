@@ -31,9 +31,7 @@ class FileTest : public ::testing::Test {
     s << in.rdbuf();
     return s.str();
   }
-  static void put(const std::string& p, const std::string& text) {
-    std::ofstream(p, std::ios::binary) << text;
-  }
+  static void put(const std::string& p, const std::string& text) { std::ofstream(p, std::ios::binary) << text; }
 
   std::string dir_;
 };

@@ -11,7 +11,6 @@
 #include <orvek/Orvek.h>
 #include <support/EventWait.h>
 
-
 inline std::wstring TestPath(const char* name) {
   const std::string p = std::string(ORVEK_TEST_BINARY_DIR) + "/" + name;
   return std::wstring(p.begin(), p.end());

@@ -11,7 +11,6 @@
 #include <QWidget>
 #include <QtTest/QTest>
 
-
 namespace {
 
 constexpr int kW = 400, kH = 300;
@@ -202,7 +201,8 @@ TEST(Interaction, PauseByKeyAndMenuAndExportFromTheMenu) {
   ASSERT_TRUE(WaitFor([&] { return QFile::exists(png); }));
   const QImage saved(png);
   EXPECT_EQ(QSize(kW, kH), saved.size());
-  EXPECT_NE(s.Saved("menu_frame.png").convertToFormat(QImage::Format_RGB32), saved.convertToFormat(QImage::Format_RGB32));
+  EXPECT_NE(s.Saved("menu_frame.png").convertToFormat(QImage::Format_RGB32),
+            saved.convertToFormat(QImage::Format_RGB32));
   QGuiApplication::clipboard()->clear();
   AnswerMenu(QStringLiteral("Copy image"));
   QTest::mouseClick(s.w, Qt::RightButton, Qt::NoModifier, QPoint(50, 50));

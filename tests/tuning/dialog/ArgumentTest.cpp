@@ -72,21 +72,20 @@ const Row kRows[] = {
        float fNaN = 0.5f, fInf = 0.5f, fRev = 0.5f;
        int wide = 12345, beyond = 5, nanInt = 7, a = 2, b = 3;
        tagParamChoice wildChoices[] = {{kNaN, L"nan"}, {1e300, nullptr}, {-kInf, L"-inf"}};
-       const tagParamInfoV2 list[] = {
-           Group(nullptr),
-           Param(nullptr, ePT_Float, &fNaN, kNaN, kNaN),
-           Param(L"inf", ePT_Float, &fInf, -kInf, kInf),
-           Param(L"rev", ePT_Float, &fRev, 1, -1),
-           Param(L"wide", ePT_Int, &wide, INT_MIN, INT_MAX),
-           Param(L"beyond", ePT_Int, &beyond, -1e300, kInf),
-           Param(L"nanInt", ePT_Int, &nanInt, kNaN, kNaN),
-           Param(L"nullFloat", ePT_Float, nullptr, 0, 1),
-           Param(L"nullFlag", ePT_Bool, nullptr),
-           Param(L"kind77", static_cast<eParamTypeV2>(77), &a),
-           Param(L"kind-1", static_cast<eParamTypeV2>(-1), &a),
-           Param(L"negativeCount", ePT_List, &a, 0, 0, nullptr, nullptr, nullptr, -5),
-           Param(L"nullChoices", ePT_List, &a, 0, 0, nullptr, nullptr, nullptr, 1000),
-           Param(L"wildChoices", ePT_List, &b, 0, 0, nullptr, nullptr, wildChoices, 3)};
+       const tagParamInfoV2 list[] = {Group(nullptr),
+                                      Param(nullptr, ePT_Float, &fNaN, kNaN, kNaN),
+                                      Param(L"inf", ePT_Float, &fInf, -kInf, kInf),
+                                      Param(L"rev", ePT_Float, &fRev, 1, -1),
+                                      Param(L"wide", ePT_Int, &wide, INT_MIN, INT_MAX),
+                                      Param(L"beyond", ePT_Int, &beyond, -1e300, kInf),
+                                      Param(L"nanInt", ePT_Int, &nanInt, kNaN, kNaN),
+                                      Param(L"nullFloat", ePT_Float, nullptr, 0, 1),
+                                      Param(L"nullFlag", ePT_Bool, nullptr),
+                                      Param(L"kind77", static_cast<eParamTypeV2>(77), &a),
+                                      Param(L"kind-1", static_cast<eParamTypeV2>(-1), &a),
+                                      Param(L"negativeCount", ePT_List, &a, 0, 0, nullptr, nullptr, nullptr, -5),
+                                      Param(L"nullChoices", ePT_List, &a, 0, 0, nullptr, nullptr, nullptr, 1000),
+                                      Param(L"wildChoices", ePT_List, &b, 0, 0, nullptr, nullptr, wildChoices, 3)};
        constexpr int n = sizeof list / sizeof list[0];
        Calls calls;
        TestDlg dlg;

@@ -16,7 +16,6 @@
 #include <orvek/Orvek.h>
 #include <support/EventWait.h>
 
-
 inline std::string TestFile(const char* name) { return std::string(ORVEK_TEST_BINARY_DIR) + "/" + name; }
 
 // The dialog with its insides opened for the tests, and a record of every

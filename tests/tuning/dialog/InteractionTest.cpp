@@ -246,11 +246,9 @@ TEST(DialogInteraction, HostWritesReachTheControlsUnlessFocusedOrBehindAnOpenLis
   float a = 0.0f, b = 0.0f;
   int flag = 0, n = 5, mode = 1;
   tagParamChoice choices[] = {{1, L"one"}, {2, L"two"}};
-  const tagParamInfoV2 list[] = {Param(L"Flag", ePT_Bool, &flag),
-                                 Param(L"A", ePT_Float, &a, -1, 1),
+  const tagParamInfoV2 list[] = {Param(L"Flag", ePT_Bool, &flag), Param(L"A", ePT_Float, &a, -1, 1),
                                  Param(L"Mode", ePT_List, &mode, 0, 0, nullptr, nullptr, choices, 2),
-                                 Param(L"B", ePT_Float, &b, 0, 1),
-                                 Param(L"N", ePT_Int, &n, 0, 10)};
+                                 Param(L"B", ePT_Float, &b, 0, 1), Param(L"N", ePT_Int, &n, 0, 10)};
   TestDlg dlg;
   dlg.Create(list, 5, nullptr, nullptr);
   ASSERT_TRUE(ShowAndActivate(dlg));

@@ -9,17 +9,21 @@ namespace {
 
 bool Shown(CWnd& w) { return (w.GetStyle() & WS_VISIBLE) != 0; }
 
-QTabBar* BarOf(TestDlg& dlg) { return dlg.m_tab.GetQWidget() ? dlg.m_tab.GetQWidget()->findChild<QTabBar*>() : nullptr; }
+QTabBar* BarOf(TestDlg& dlg) {
+  return dlg.m_tab.GetQWidget() ? dlg.m_tab.GetQWidget()->findChild<QTabBar*>() : nullptr;
+}
 
 TEST(DialogLayout, SevenParametersMakeOneColumnOfCellsWithTheirControls) {
   float f[3] = {0.25f, 0.5f, 7.0f};
   int n[2] = {4, -20}, flag = 1, mode = 2;
   tagParamChoice choices[] = {{1.0, L"sine"}, {2.0, L"square"}};
-  const tagParamInfoV2 list[] = {
-      Param(L"Level", ePT_Float, &f[0], -1, 1),  Param(L"Gain", ePT_Float, &f[1], 0, 10),
-      Param(L"Taps", ePT_Int, &n[0], 0.9, 64.7), Param(L"Bypass", ePT_Bool, &flag),
-      Param(L"Mode", ePT_List, &mode, 0, 0, nullptr, nullptr, choices, 2),
-      Param(L"Offset", ePT_Int, &n[1], -10, 10), Param(L"Fixed", ePT_Float, &f[2], 3, 3)};
+  const tagParamInfoV2 list[] = {Param(L"Level", ePT_Float, &f[0], -1, 1),
+                                 Param(L"Gain", ePT_Float, &f[1], 0, 10),
+                                 Param(L"Taps", ePT_Int, &n[0], 0.9, 64.7),
+                                 Param(L"Bypass", ePT_Bool, &flag),
+                                 Param(L"Mode", ePT_List, &mode, 0, 0, nullptr, nullptr, choices, 2),
+                                 Param(L"Offset", ePT_Int, &n[1], -10, 10),
+                                 Param(L"Fixed", ePT_Float, &f[2], 3, 3)};
   TestDlg dlg;
   dlg.Create(list, 7, nullptr, nullptr);
   ASSERT_TRUE(IsWindow(dlg.m_hWnd));
@@ -168,8 +172,8 @@ TEST(DialogLayout, TitlesTabTextsAndDegenerateLists) {
   // A nameless first page, then named ones; a header in first place names
   // page 0 instead.
   {
-    const tagParamInfoV2 list[] = {Param(L"A", ePT_Float, &gain, 0, 1), Param(L"B", ePT_Bool, &flag),
-                                   Group(L"Spare"), Group(L"Output"), Param(L"C", ePT_Bool, &flag)};
+    const tagParamInfoV2 list[] = {Param(L"A", ePT_Float, &gain, 0, 1), Param(L"B", ePT_Bool, &flag), Group(L"Spare"),
+                                   Group(L"Output"), Param(L"C", ePT_Bool, &flag)};
     TestDlg dlg;
     dlg.Create(list, 5, nullptr, nullptr);
     QTabBar* bar = BarOf(dlg);

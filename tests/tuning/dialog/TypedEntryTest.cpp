@@ -199,10 +199,10 @@ void FitScenario() {
   struct Range {
     eParamTypeV2 kind;
     double lo, hi;
-  } ranges[] = {{ePT_Float, 0, 1},          {ePT_Float, -1, 1},         {ePT_Float, 0, 10},
-                {ePT_Float, -100, 100},     {ePT_Float, 10, 5000},      {ePT_Float, 0, 0.01},
-                {ePT_Float, -0.001, 0.001}, {ePT_Int, -100000, 100000}, {ePT_LogFloat, 10, 5000},
-                {ePT_LogFloat, 0.001, 1},   {ePT_Int, INT_MIN, INT_MAX},  {ePT_Float, -1e30, 1e30},
+  } ranges[] = {{ePT_Float, 0, 1},          {ePT_Float, -1, 1},          {ePT_Float, 0, 10},
+                {ePT_Float, -100, 100},     {ePT_Float, 10, 5000},       {ePT_Float, 0, 0.01},
+                {ePT_Float, -0.001, 0.001}, {ePT_Int, -100000, 100000},  {ePT_LogFloat, 10, 5000},
+                {ePT_LogFloat, 0.001, 1},   {ePT_Int, INT_MIN, INT_MAX}, {ePT_Float, -1e30, 1e30},
                 {ePT_Float, 0, 3e38}};
   constexpr int kRanges = sizeof ranges / sizeof ranges[0];
   float floats[kRanges] = {};

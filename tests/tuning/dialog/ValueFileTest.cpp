@@ -102,8 +102,8 @@ TEST(DialogValueFiles, SaveWritesTheHeadAndTheSectionsInListOrder) {
 
   // A bare name means a file beside the application.
   ASSERT_EQ(S_OK, dlg.SaveParamValues("tuning_beside_app.ini"));
-  const std::string beside = std::string(CStringA(COrvekGlobals::GetApplicationPath()).GetString()) +
-                             "tuning_beside_app.ini";
+  const std::string beside =
+      std::string(CStringA(COrvekGlobals::GetApplicationPath()).GetString()) + "tuning_beside_app.ini";
   EXPECT_EQ(kExampleFile, ReadAll(beside));
   std::remove(beside.c_str());
 
@@ -138,8 +138,7 @@ TEST(DialogValueFiles, SaveWritesTheHeadAndTheSectionsInListOrder) {
   EXPECT_EQ(0, WEXITSTATUS(status)) << "the save raised no file error";
   EXPECT_EQ(old, ReadAll(full));
   for (const auto& entry : std::filesystem::directory_iterator(ORVEK_TEST_BINARY_DIR))
-    EXPECT_EQ(std::string::npos, entry.path().filename().string().find("values_full_disk.ini."))
-        << entry.path();
+    EXPECT_EQ(std::string::npos, entry.path().filename().string().find("values_full_disk.ini.")) << entry.path();
 }
 
 TEST(DialogValueFiles, LoadChangesAndReportsOnlyWhatDiffers) {
@@ -179,8 +178,8 @@ TEST(DialogValueFiles, LoadChangesAndReportsOnlyWhatDiffers) {
   EXPECT_EQ(9, host.mode);
   EXPECT_EQ(1.0f, host.gainOutput);
   using Call = std::pair<char, void*>;
-  const std::vector<Call> expected{{'o', &host.level}, {'a', &host.level},   {'o', &host.bypass},
-                                   {'a', &host.bypass}, {'o', &host.mode},   {'a', &host.mode}};
+  const std::vector<Call> expected{{'o', &host.level},  {'a', &host.level}, {'o', &host.bypass},
+                                   {'a', &host.bypass}, {'o', &host.mode},  {'a', &host.mode}};
   EXPECT_EQ(expected, host.heard.calls);
   EXPECT_TRUE(dlg.IsDirty());
 
