@@ -10,8 +10,8 @@
 #include <QPen>
 #include <QPolygonF>
 
-#include <cmath>
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <functional>
 #include <map>
@@ -57,9 +57,7 @@ struct Graph {
     d.DrawCurves(&frame, &axes, d.m_iXFrom, d.m_iXTo);
   }
   // What a paint does with the pending marks.
-  void Paint() {
-    d.DrawPending();
-  }
+  void Paint() { d.DrawPending(); }
 };
 
 // Every curve into the drawer, in one block each.
@@ -77,7 +75,8 @@ inline std::vector<QPolygonF> Vertices(const CGraphDrawer& d, const std::vector<
     line.reserve(n);
     for (int x = 0; x < n; ++x) {
       const float px = static_cast<float>(x) * static_cast<float>(kWidth - 1) / static_cast<float>(n - 1);
-      const double py = (kHeight - 1) - (c[x] - static_cast<float>(d.m_dYMin)) * (kHeight - 1) / (d.m_dYMax - d.m_dYMin);
+      const double py =
+          (kHeight - 1) - (c[x] - static_cast<float>(d.m_dYMin)) * (kHeight - 1) / (d.m_dYMax - d.m_dYMin);
       line << QPointF(px, py);
     }
     lines.push_back(line);

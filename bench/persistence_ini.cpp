@@ -38,7 +38,8 @@ const std::vector<Entry>& entries() {
     std::vector<Entry> v;
     for (int s = 0; s < kSections; ++s)
       for (int k = 0; k < kKeysPerSection; ++k)
-        v.push_back({"Section" + std::to_string(s), "parameter_" + std::to_string(k), (s * 7919 + k * 104729) % 20011 - 10000});
+        v.push_back(
+            {"Section" + std::to_string(s), "parameter_" + std::to_string(k), (s * 7919 + k * 104729) % 20011 - 10000});
     return v;
   }();
   return list;

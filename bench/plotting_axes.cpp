@@ -73,9 +73,7 @@ static void BM_AxesRebuild(benchmark::State& state) {
 static void BM_PlaceExhaustive(benchmark::State& state) { Place<true>(state); }
 static void BM_PlaceLibrary(benchmark::State& state) { Place<false>(state); }
 
-BENCHMARK(BM_AxesRebuild)
-    ->Arg(8)->Arg(20)->Arg(100)->Arg(300)->Arg(1000)->Arg(100000)
-    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_AxesRebuild)->Arg(8)->Arg(20)->Arg(100)->Arg(300)->Arg(1000)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PlaceExhaustive)->Arg(60)->Arg(150)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PlaceLibrary)->Arg(60)->Arg(150)->Unit(benchmark::kMillisecond);
 
@@ -84,7 +82,8 @@ int main(int argc, char** argv) {
     for (const char* n : {"8", "20", "100", "300", "1000", "100000"})
       std::printf("axes rebuild, 1000 x 600, %6s divisions: %.2f ms\n", n, r.Get(std::string("BM_AxesRebuild/") + n));
     for (const char* n : {"60", "150"}) {
-      const double old = r.Get(std::string("BM_PlaceExhaustive/") + n), now = r.Get(std::string("BM_PlaceLibrary/") + n);
+      const double old = r.Get(std::string("BM_PlaceExhaustive/") + n),
+                   now = r.Get(std::string("BM_PlaceLibrary/") + n);
       std::printf("one placement among %s captions: exhaustive %.3f ms, library %.3f ms (%.0f x)\n", n, old, now,
                   old / now);
     }

@@ -10,7 +10,8 @@ static void FullFrame(benchmark::State& state, bool everySample) {
   const auto curves = Signal(static_cast<int>(state.range(0)));
   Graph g;
   g.d.m_bEverySample = everySample;
-  for (int c = 0; c < kCurves; ++c) g.d.SetData(const_cast<float*>(curves[c].data()), static_cast<int>(curves[c].size()), 1, c, kCurves);
+  for (int c = 0; c < kCurves; ++c)
+    g.d.SetData(const_cast<float*>(curves[c].data()), static_cast<int>(curves[c].size()), 1, c, kCurves);
   for (auto _ : state) g.FullFrame();
 }
 
@@ -23,7 +24,8 @@ static void BM_FullFrameEverySample(benchmark::State& state) { FullFrame(state, 
 static void BM_InteractionFrame(benchmark::State& state) {
   const auto curves = Signal(static_cast<int>(state.range(0)));
   Graph g;
-  for (int c = 0; c < kCurves; ++c) g.d.SetData(const_cast<float*>(curves[c].data()), static_cast<int>(curves[c].size()), 1, c, kCurves);
+  for (int c = 0; c < kCurves; ++c)
+    g.d.SetData(const_cast<float*>(curves[c].data()), static_cast<int>(curves[c].size()), 1, c, kCurves);
   g.FullFrame();
   const tagPlotView host = g.d.GetView();
   int step = 0;
@@ -37,7 +39,9 @@ static void BM_InteractionFrame(benchmark::State& state) {
   }
 }
 
-static void BM_QtThinFloor(benchmark::State& state) { QtPolylines(state, [](int) { return 1.0; }); }
+static void BM_QtThinFloor(benchmark::State& state) {
+  QtPolylines(state, [](int) { return 1.0; });
+}
 static void BM_QtWholePolyline(benchmark::State& state) {
   QtPolylines(state, [](int c) { return c < 2 ? 2.0 : 1.0; });
 }

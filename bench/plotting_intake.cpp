@@ -42,6 +42,7 @@ BENCHMARK(BM_PlainLoop)->Unit(benchmark::kMicrosecond);
 int main(int argc, char** argv) {
   return Main(argc, argv, [](const RatioReporter& r) {
     const double set = r.Get("BM_SetData") * 1e3, loop = r.Get("BM_PlainLoop") * 1e3;
-    std::printf("SetData<float> of %d samples: %.2f us = %.2f x the plain loop (%.2f us)\n", kCount, set, set / loop, loop);
+    std::printf("SetData<float> of %d samples: %.2f us = %.2f x the plain loop (%.2f us)\n", kCount, set, set / loop,
+                loop);
   });
 }

@@ -68,8 +68,12 @@ static void BM_QCustomPlot(benchmark::State& state) {
   for (auto _ : state) q.Frame();
 }
 
-static void BM_QPainter1px(benchmark::State& state) { QtPolylines(state, [](int) { return 1.0; }); }
-static void BM_QPainter2px(benchmark::State& state) { QtPolylines(state, [](int) { return 2.0; }); }
+static void BM_QPainter1px(benchmark::State& state) {
+  QtPolylines(state, [](int) { return 1.0; });
+}
+static void BM_QPainter2px(benchmark::State& state) {
+  QtPolylines(state, [](int) { return 2.0; });
+}
 
 // Strip chart: each iteration takes a block of 1,000 per curve into a
 // history of 10,000 and draws the frame.
@@ -128,8 +132,8 @@ int main(int argc, char** argv) {
     std::printf("CPU ms per frame (min median max over repetitions); ratio = median / median of the drawer's frame\n");
     for (const char* n : {"10000", "100000", "1000000"}) {
       const double every = r.Get(std::string("BM_OrvekOutline/") + n);
-      for (const char* peer : {"BM_OrvekOutline/", "BM_OrvekEverySample/", "BM_QCustomPlot/", "BM_QPainter1px/",
-                               "BM_QPainter2px/"}) {
+      for (const char* peer :
+           {"BM_OrvekOutline/", "BM_OrvekEverySample/", "BM_QCustomPlot/", "BM_QPainter1px/", "BM_QPainter2px/"}) {
         std::string name = std::string(peer) + n;
         if (r.Get(name) != r.Get(name)) name += "/iterations:1";
         if (r.Get(name) != r.Get(name)) continue;

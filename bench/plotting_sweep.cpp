@@ -15,7 +15,8 @@ void Sweep(benchmark::State& state, bool autoY) {
     g.d.SetROIAutoY(0, kRing, 0, kRing, 10, 10);
   else
     g.d.SetROI(0, kRing, 0, kRing, 10, -1.5, 1.5, -1.5, 1.5, 10);
-  for (int c = 0; c < kCurves; ++c) g.d.SetDataHistoryCircular(const_cast<float*>(curves[c].data()), kRing, kRing, 1, c, kCurves);
+  for (int c = 0; c < kCurves; ++c)
+    g.d.SetDataHistoryCircular(const_cast<float*>(curves[c].data()), kRing, kRing, 1, c, kCurves);
   g.Paint();
   int pos = 0;
   for (auto _ : state) {
@@ -45,8 +46,8 @@ BENCHMARK(BM_SweepAutoY)->Unit(benchmark::kMillisecond)->MinTime(1.0);
 int main(int argc, char** argv) {
   return Main(argc, argv, [](const RatioReporter& r) {
     const double full = r.Get("BM_FullFrame");
-    std::printf("sweep frame, fixed ranges: %.3f ms = %.1f %% of a full frame (%.2f ms)\n", r.Get("BM_SweepFixed/min_time:1.000"),
-                100.0 * r.Get("BM_SweepFixed/min_time:1.000") / full, full);
+    std::printf("sweep frame, fixed ranges: %.3f ms = %.1f %% of a full frame (%.2f ms)\n",
+                r.Get("BM_SweepFixed/min_time:1.000"), 100.0 * r.Get("BM_SweepFixed/min_time:1.000") / full, full);
     std::printf("sweep frame, automatic Y:  %.3f ms = %.1f %% of a full frame\n", r.Get("BM_SweepAutoY/min_time:1.000"),
                 100.0 * r.Get("BM_SweepAutoY/min_time:1.000") / full);
   });

@@ -176,8 +176,8 @@ void BM_CalcLayoutOptimal(benchmark::State& state) {
   state.counters["pages"] = pages;
   // The order found, as the index of the table in the first place, so that
   // the runs can be compared.
-  state.counters["first_table"] = static_cast<double>(
-      std::find(start.begin(), start.end(), array.Tables().front()) - start.begin());
+  state.counters["first_table"] =
+      static_cast<double>(std::find(start.begin(), start.end(), array.Tables().front()) - start.begin());
   state.counters["layouts_per_s"] =
       benchmark::Counter(orders * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
   state.counters["peak_heap_MB"] = static_cast<double>(g_peak.load() - liveBefore) / (1024.0 * 1024.0);
@@ -189,10 +189,21 @@ void BM_CalcLayoutOptimal(benchmark::State& state) {
 // The library's search first, so that the list's resident growth does not
 // hide it. Ten tables take minutes each; the third run is for eight only.
 BENCHMARK(BM_CalcLayoutOptimal<kLibrary>)
-    ->Name("CalcLayoutOptimal")->Arg(8)->Arg(10)->Unit(benchmark::kMillisecond)->Iterations(1);
+    ->Name("CalcLayoutOptimal")
+    ->Arg(8)
+    ->Arg(10)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1);
 BENCHMARK(BM_CalcLayoutOptimal<kListed>)
-    ->Name("AllOrdersListed_FullLayouts")->Arg(8)->Arg(10)->Unit(benchmark::kMillisecond)->Iterations(1);
+    ->Name("AllOrdersListed_FullLayouts")
+    ->Arg(8)
+    ->Arg(10)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1);
 BENCHMARK(BM_CalcLayoutOptimal<kFullLayouts>)
-    ->Name("OneOrderAtATime_FullLayouts")->Arg(8)->Unit(benchmark::kMillisecond)->Iterations(1);
+    ->Name("OneOrderAtATime_FullLayouts")
+    ->Arg(8)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1);
 
 BENCHMARK_MAIN();

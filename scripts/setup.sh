@@ -17,6 +17,7 @@ PACKAGES=(
   libboost-dev libsimpleini-dev libinih-dev
   libqcustomplot-dev libqcustomplot2.1-qt6  # the plotting benchmark's peer
   clang libclang-rt-14-dev libomp-dev
+  clang-format  # the formatting check of CI (.clang-format)
   xvfb xauth qt6-qpa-plugins libxcb-cursor0
   doxygen   # the API reference (target doc)
   dpkg-dev  # dpkg-shlibdeps, which fills in the .deb's run-time dependencies

@@ -11,6 +11,12 @@ namespace {
 // a segment changes by less than a thousandth of a pixel.
 constexpr float kFar = 4.0e6f;
 
+// A corner turns back on itself when the sine of the angle between its two
+// segments, times the square of half the pen, is below this: the area that
+// the simpler bevel misses stays below a twentieth of a pixel (a few levels
+// of one pixel's colour at most).
+constexpr float kReversal = 0.05f;
+
 // x * a / 255 on each byte of a pixel, rounded.
 inline std::uint32_t ByteMul(std::uint32_t x, std::uint32_t a) {
   std::uint32_t t = (x & 0xff00ffu) * a;
@@ -46,7 +52,8 @@ void WideStroker::Stroke(const PixelTarget& target, const Gdiplus::PointF* point
   m_xLo = static_cast<float>(left);
   m_xHi = static_cast<float>(right);
   const std::size_t cells = static_cast<std::size_t>(m_cols) * static_cast<std::size_t>(m_rows);
-  if (m_cells.size() < cells) m_cells.resize(cells, 0.0f);  // kept all zero between strokes
+  if (m_cells.size() < 2 * cells) m_cells.resize(2 * cells, 0.0f);  // kept all zero between strokes
+  if (m_reach.size() < static_cast<std::size_t>(m_cols)) m_reach.resize(static_cast<std::size_t>(m_cols), {m_rows, 0});
   m_box[0] = m_cols;  // columns and cells that the stroke can touch
   m_box[1] = m_rows;
   m_box[2] = m_box[3] = 0;
@@ -83,6 +90,50 @@ void WideStroker::Stroke(const PixelTarget& target, const Gdiplus::PointF* point
   Blend(clipped, argb);
 }
 
+// The part of an edge inside one column, from row position ta to tb, both
+// within 0 and the height. The rows it crosses whole all gain the same
+// share: that run goes into the second sum as its two ends, so a steep edge
+// costs as little as a short one.
+__attribute__((always_inline)) inline void WideStroker::Deposit(int col, float d, float ta, float tb) {
+  const std::size_t k = static_cast<std::size_t>(col - m_colBase);
+  float* a = m_cells.data() + k * 2 * static_cast<std::size_t>(m_rows);
+  const float t0 = std::min(ta, tb), t1 = std::max(ta, tb);
+  const int i0 = static_cast<int>(t0);
+  const float f0 = static_cast<float>(i0);
+  std::pair<int, int>& reach = m_reach[k];
+  reach.first = std::min(reach.first, i0);
+  if (t1 <= f0 + 1.0f) {
+    const float m = 0.5f * (ta + tb) - f0;
+    a[2 * i0] += d - d * m;
+    a[2 * i0 + 2] += d * m;
+    reach.second = std::max(reach.second, i0 + 2);
+    return;
+  }
+  int i1 = static_cast<int>(t1);
+  if (static_cast<float>(i1) < t1) ++i1;
+  reach.second = std::max(reach.second, i1 + 1);
+  const float s = 1.0f / (t1 - t0);
+  const float r0 = t0 - f0;
+  const float a0 = 0.5f * s * (1.0f - r0) * (1.0f - r0);
+  const float r1 = t1 - static_cast<float>(i1) + 1.0f;
+  const float am = 0.5f * s * r1 * r1;
+  a[2 * i0] += d * a0;
+  if (i1 == i0 + 2) {
+    a[2 * i0 + 2] += d * (1.0f - a0 - am);
+  } else {
+    const float a1 = s * (1.5f - r0);
+    a[2 * i0 + 2] += d * (a1 - a0);
+    if (i1 - 1 > i0 + 2) {
+      const float step = d * s;
+      a[2 * (i0 + 2) + 1] += step;
+      a[2 * (i1 - 1) + 1] -= step;
+    }
+    const float a2 = a1 + static_cast<float>(i1 - i0 - 3) * s;
+    a[2 * (i1 - 1)] += d * (1.0f - a2 - am);
+  }
+  a[2 * i1] += d * am;
+}
+
 // The outline runs forward along the left side and back along the right one.
 // At a corner the inner side passes through the vertex and the outer side
 // takes the bevel, so the enclosed area is the union of the segments'
@@ -100,7 +151,13 @@ void WideStroker::Outline(const Gdiplus::PointF* p, int n, float halfWidth) {
     } else {
       const float pnx = -uy * halfWidth, pny = ux * halfWidth;
       const float cross = ux * vy - uy * vx;
-      if (cross > 0) {  // turning towards the left side: it is the inner one
+      if (ux * vx + uy * vy < 0 && std::fabs(cross) * halfWidth * halfWidth < kReversal) {
+        // Turning back on itself, as noise does: the three edges below run
+        // within a hair of the line between the two corners, all crossing it
+        // the same way, so that line is laid twice.
+        const float mx = 0.5f * (pnx - nx), my = 0.5f * (pny - ny);
+        Edge(ax + mx, ay + my, ax - mx, ay - my, 2.0f);
+      } else if (cross > 0) {  // turning towards the left side: it is the inner one
         Edge(ax + pnx, ay + pny, ax, ay);
         Edge(ax, ay, ax + nx, ay + ny);
         Edge(ax - nx, ay - ny, ax - pnx, ay - pny);
@@ -123,23 +180,24 @@ void WideStroker::Outline(const Gdiplus::PointF* p, int n, float halfWidth) {
 // that lies above the cell's end, and the running sum down the column is
 // the signed area. What lies above the bitmap counts at the top; what lies
 // below it is dropped.
-void WideStroker::Edge(float x0, float y0, float x1, float y1) {
+void WideStroker::Edge(float x0, float y0, float x1, float y1, float weight) {
   if (x0 == x1) return;
   const float h = static_cast<float>(m_height);
   // Most edges of a dense signal lie in one column inside the bitmap.
   const float lo = std::min(x0, x1);
-  if (lo >= m_xLo && y0 >= 0 && y1 >= 0 && y0 <= h && y1 <= h) {
+  const bool inside = y0 >= 0 && y1 >= 0 && y0 <= h && y1 <= h;
+  if (lo >= m_xLo && inside) {
     const int c = static_cast<int>(lo);
     if (std::max(x0, x1) <= static_cast<float>(c + 1) && c < m_colBase + m_cols) {
-      Deposit(c, x1 - x0, y0, y1);
+      Deposit(c, (x1 - x0) * weight, y0, y1);
       return;
     }
   }
-  float dir = 1.0f;
+  float dir = weight;
   if (x0 > x1) {
     std::swap(x0, x1);
     std::swap(y0, y1);
-    dir = -1.0f;
+    dir = -weight;
   }
   const float xa = std::max(x0, m_xLo), xb = std::min(x1, m_xHi);
   if (xa >= xb) return;
@@ -147,6 +205,16 @@ void WideStroker::Edge(float x0, float y0, float x1, float y1) {
   const float dydx = (y1 - y0) / (x1 - x0);
   const int c1 = static_cast<int>(std::ceil(xb));
   float ya = xa == x0 ? y0 : y0 + (xa - x0) * dydx;
+  if (inside) {  // every part within the height: no clipping to test
+    for (int c = c0; c < c1; ++c) {
+      const float xs = std::max(static_cast<float>(c), xa);
+      const float xe = std::min(static_cast<float>(c + 1), xb);
+      const float yb = xe == x1 ? y1 : y0 + (xe - x0) * dydx;
+      Deposit(c, (xe - xs) * dir, ya, yb);
+      ya = yb;
+    }
+    return;
+  }
   for (int c = c0; c < c1; ++c) {
     const float xs = std::max(static_cast<float>(c), xa);
     const float xe = std::min(static_cast<float>(c + 1), xb);
@@ -167,59 +235,39 @@ void WideStroker::Edge(float x0, float y0, float x1, float y1) {
   }
 }
 
-// The part of an edge inside one column, from row position ta to tb, both
-// within 0 and the height.
-inline void WideStroker::Deposit(int col, float d, float ta, float tb) {
-  float* a = m_cells.data() + static_cast<std::size_t>(col - m_colBase) * static_cast<std::size_t>(m_rows);
-  const float t0 = std::min(ta, tb), t1 = std::max(ta, tb);
-  const int i0 = static_cast<int>(t0);
-  const float f0 = static_cast<float>(i0);
-  if (t1 <= f0 + 1.0f) {
-    const float m = 0.5f * (ta + tb) - f0;
-    a[i0] += d - d * m;
-    a[i0 + 1] += d * m;
-    return;
-  }
-  int i1 = static_cast<int>(t1);
-  if (static_cast<float>(i1) < t1) ++i1;
-  const float s = 1.0f / (t1 - t0);
-  const float r0 = t0 - f0;
-  const float a0 = 0.5f * s * (1.0f - r0) * (1.0f - r0);
-  const float r1 = t1 - static_cast<float>(i1) + 1.0f;
-  const float am = 0.5f * s * r1 * r1;
-  a[i0] += d * a0;
-  if (i1 == i0 + 2) {
-    a[i0 + 1] += d * (1.0f - a0 - am);
-  } else {
-    const float a1 = s * (1.5f - r0);
-    a[i0 + 1] += d * (a1 - a0);
-    const float step = d * s;
-    for (int i = i0 + 2; i < i1 - 1; ++i) a[i] += step;
-    const float a2 = a1 + static_cast<float>(i1 - i0 - 3) * s;
-    a[i1 - 1] += d * (1.0f - a2 - am);
-  }
-  a[i1] += d * am;
-}
-
 // Turns the running sums into coverage, blends the pen's colour with it and
-// leaves the buffer zero again.
+// leaves the buffer zero again. Each column runs over the cells it was given
+// only.
 void WideStroker::Blend(const PixelTarget& target, std::uint32_t argb) {
   const std::uint32_t color = Premultiply(argb);
   const int c0 = std::max(m_box[0], 0), c1 = std::min(m_box[2], m_cols);
-  const int r0 = std::max(m_box[1], 0), r1 = std::min(m_box[3], m_rows);
+  const int r0 = std::max(target.clipTop, 0), r1 = std::min(target.clipBottom, m_rows);
   for (int k = c0; k < c1; ++k) {
-    float* a = m_cells.data() + static_cast<std::size_t>(k) * static_cast<std::size_t>(m_rows);
+    std::pair<int, int>& reach = m_reach[static_cast<std::size_t>(k)];
+    const int t0 = reach.first, t1 = std::min(reach.second, m_rows);
+    reach = {m_rows, 0};
+    float* a = m_cells.data() + static_cast<std::size_t>(k) * 2 * static_cast<std::size_t>(m_rows);
     std::uint32_t* px = target.bits + (m_colBase + k);
-    float acc = 0;
-    for (int t = r0; t < r1; ++t) {
-      acc += a[t];
-      a[t] = 0;
-      if (t < target.clipTop || t >= target.clipBottom) continue;
+    float acc = 0, ramp = 0;
+    for (int t = t0; t < t1; ++t) {
+      ramp += a[2 * t + 1];
+      acc += a[2 * t] + ramp;
+      a[2 * t] = a[2 * t + 1] = 0;
+      if (t < r0 || t >= r1) continue;
       const float cov = std::fabs(acc);
       const std::uint32_t c8 = cov >= 1.0f ? 255u : std::min(255u, static_cast<std::uint32_t>(cov * 256.0f));
       if (c8 == 0) continue;
       std::uint32_t& dst = px[static_cast<std::ptrdiff_t>(t) * target.stride];
       const std::uint32_t src = c8 == 255 ? color : ByteMul(color, c8);
+      dst = src + ByteMul(dst, 255u - (src >> 24));
+    }
+    // A stroke cut off by the bottom of the bitmap covers what lies below
+    // its last edge down to the end.
+    const std::uint32_t c8 = std::min(255u, static_cast<std::uint32_t>(std::min(std::fabs(acc), 1.0f) * 256.0f));
+    if (c8 == 0) continue;
+    const std::uint32_t src = c8 == 255 ? color : ByteMul(color, c8);
+    for (int t = std::max(t1, r0); t < r1; ++t) {
+      std::uint32_t& dst = px[static_cast<std::ptrdiff_t>(t) * target.stride];
       dst = src + ByteMul(dst, 255u - (src >> 24));
     }
   }

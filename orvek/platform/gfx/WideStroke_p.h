@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include <orvek/platform/gfx/Gdiplus.h>
@@ -31,12 +32,15 @@ class WideStroker {
 
  private:
   void Outline(const Gdiplus::PointF* p, int n, float halfWidth);
-  void Edge(float x0, float y0, float x1, float y1);
+  void Edge(float x0, float y0, float x1, float y1, float weight = 1.0f);
   void Deposit(int col, float d, float ta, float tb);
   void Blend(const PixelTarget& target, std::uint32_t argb);
 
-  std::vector<float> m_cells;  // m_cols columns of m_rows cells
-  int m_box[4] = {0, 0, 0, 0};  // columns and cells the stroke can touch
+  // m_cols columns of m_rows cells, each a pair: what the cell gains, and
+  // what every cell from it on gains (runs of equal shares).
+  std::vector<float> m_cells;
+  std::vector<std::pair<int, int>> m_reach;  // per column: the cells given to, half-open
+  int m_box[4] = {0, 0, 0, 0};               // columns and cells the stroke can touch
   std::vector<Gdiplus::PointF> m_run;
   int m_cols = 0, m_rows = 0, m_height = 0, m_colBase = 0;
   float m_xLo = 0, m_xHi = 0;

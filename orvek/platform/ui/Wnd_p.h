@@ -26,6 +26,7 @@ enum class WndKind { Generic, Static, Button, Slider, Combo, Tab };
 
 class CWndImpl : public QObject {
  public:
+  // Made, ended and detached in WndRegistry.cpp.
   CWndImpl(CWnd* wnd, QWidget* widget, WndKind kind, DWORD style, DWORD exStyle, UINT id);
   ~CWndImpl() override;
 
@@ -68,19 +69,21 @@ class CWndImpl : public QObject {
   std::atomic<bool> visible{false};
 
  protected:
-  bool event(QEvent* e) override;
-  void timerEvent(QTimerEvent* e) override;
-  bool eventFilter(QObject* watched, QEvent* e) override;
+  bool event(QEvent* e) override;                          // posted messages: WndPost.cpp
+  void timerEvent(QTimerEvent* e) override;                // WndTimers.cpp
+  bool eventFilter(QObject* watched, QEvent* e) override;  // the widget's events: WndDispatch.cpp
 };
 
 namespace orvek_ui {
 
+// ---- handles (WndRegistry.cpp) ----
 // The impl of a live window on the calling thread's side; null for a dead
 // handle, and for a window of another thread (with the error set).
 CWndImpl* ownImpl(HWND hWnd);
 // The impl of the nearest widget at or above w that is a window.
 CWndImpl* implOfWidget(const QWidget* w);
 
+// ---- dispatch (WndDispatch.cpp) ----
 // Marks a handler of this layer on the stack (see dispatching()).
 class HandlerScope {
  public:
@@ -104,6 +107,7 @@ void guarded(F&& f) {
 LRESULT dispatch(CWnd* wnd, UINT message, WPARAM wParam, LPARAM lParam);
 bool dispatching();
 
+// ---- frames (WndFrame.cpp) ----
 // The frame margins of a top-level window (0 for children and frameless
 // windows), and those the platform draws for a style.
 QMargins frameMargins(const CWndImpl* impl);
@@ -122,6 +126,7 @@ void controlSetGeometry(CWndImpl* impl, const QRect& rect);
 bool brushColor(HBRUSH brush, QColor* color);
 bool fontOf(HFONT font, QFont* out);
 
+// ---- text (WndText.cpp) and rectangles (WndGeometry.cpp) ----
 QString toQString(const wchar_t* text);
 // A rectangle's side without signed overflow, for any 32-bit edges: a
 // reversed side is 0, one longer than a widget can be is cut.

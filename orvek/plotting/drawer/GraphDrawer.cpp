@@ -323,19 +323,25 @@ void CGraphDrawer::DrawHostChange(void) {
 }
 
 void CGraphDrawer::DrawBackground(Bitmap* pTarget, const CStringW& sTitle, float fXMin, float fXMax, int nXDivs,
-                                  const CStringW& sXName, float fYMin, float fYMax, int nYDivs,
-                                  const CStringW& sYName, int nX, int nY, int nWidth, int nHeight) {
+                                  const CStringW& sXName, float fYMin, float fYMax, int nYDivs, const CStringW& sYName,
+                                  int nX, int nY, int nWidth, int nHeight) {
   if (!pTarget) return;
   Graphics g(pTarget);
   const bool light = m_scheme == eSchemeLight;
   g.Clear(Color(light ? 0xFFFFFFFFu : 0xFF000000u));
   Pen framePen(Color(light ? 0xFF404040u : 0xFFC0C0C0u), 1.0f);
   Pen gridPen(Color(light ? 0xFFA0A0A0u : 0xFF808080u), 1.0f);
-  const float size =
-      std::min(static_cast<float>(m_rcPlot.Width) / 50.0f, static_cast<float>(m_rcPlot.Height) / 35.0f);
-  const FontFamily family(L"SmallFonts");
-  std::unique_ptr<Font> font(new Font(&family, size, FontStyleRegular, UnitPoint));
-  if (font->GetLastStatus() != Ok) font.reset(new Font(FontFamily::GenericSansSerif(), size, FontStyleRegular, UnitPoint));
+  const float size = std::min(static_cast<float>(m_rcPlot.Width) / 50.0f, static_cast<float>(m_rcPlot.Height) / 35.0f);
+  // Whether the system has the face is asked once: the lookup costs more
+  // than the rest of a redraw of the axes.
+  static const bool hasSmallFonts = FontFamily(L"SmallFonts").GetLastStatus() == Ok;
+  std::unique_ptr<Font> font;
+  if (hasSmallFonts) {
+    const FontFamily family(L"SmallFonts");
+    font.reset(new Font(&family, size, FontStyleRegular, UnitPoint));
+  }
+  if (!font || font->GetLastStatus() != Ok)
+    font.reset(new Font(FontFamily::GenericSansSerif(), size, FontStyleRegular, UnitPoint));
   SolidBrush textBrush(Color(light ? 0xFF000000u : 0xFFFFFFFFu));
   g.DrawRectangle(&framePen, 0, 0, m_rcPlot.Width - 1, m_rcPlot.Height - 1);
   gridPen.SetDashStyle(DashStyleDot);
@@ -344,9 +350,7 @@ void CGraphDrawer::DrawBackground(Bitmap* pTarget, const CStringW& sTitle, float
   m_pGridPen = &gridPen;
   m_pFont = font.get();
   m_pTextBrush = &textBrush;
-  const auto edge = [](std::int64_t v) {
-    return static_cast<LONG>(std::clamp<std::int64_t>(v, INT32_MIN, INT32_MAX));
-  };
+  const auto edge = [](std::int64_t v) { return static_cast<LONG>(std::clamp<std::int64_t>(v, INT32_MIN, INT32_MAX)); };
   const tagRECT rect = {nX, nY, edge(static_cast<std::int64_t>(nX) + nWidth),
                         edge(static_cast<std::int64_t>(nY) + nHeight)};
   DrawAxesIn(rect, sTitle, fXMin, fXMax, nXDivs, sXName, fYMin, fYMax, nYDivs, sYName, 1, 0);
@@ -356,114 +360,204 @@ void CGraphDrawer::DrawBackground(Bitmap* pTarget, const CStringW& sTitle, float
   m_pTextBrush = nullptr;
 }
 
+namespace {
+
 // Sample x of curve c goes to column (x - F) * (W - 1) / (E - F - 1) + X in
 // single precision, F and E the view's first sample and one past its last,
 // and to a row in double precision, from the view's bottom value (through
 // single precision, unless the user chose the view) at the bottom to its top
 // value at the top. A flat range puts every sample on the middle row.
-int CGraphDrawer::MapStroke(int c, int from, int end, int S, bool bOutline) {
-  const int count = end - from;
-  if (count <= 0 || S <= 0) return 0;
-  if (m_points.size() < static_cast<std::size_t>(count)) m_points.resize(static_cast<std::size_t>(count));
+struct StrokeMap {
+  StrokeMap(const tagPlotView& view, const Rect& plot, bool userView) {
+    F = view.dFirst;
+    E = view.dLast + 1.0;
+    xScale = static_cast<float>(static_cast<std::int64_t>(plot.Width) - 1);
+    xSpan = static_cast<float>(E - F - 1.0);
+    xOrigin = static_cast<float>(plot.X);
+    flat = view.dTop == view.dBottom;
+    yBottom = static_cast<double>(static_cast<std::int64_t>(plot.Y) - 1 + plot.Height);
+    yOffset = userView ? view.dBottom : static_cast<double>(static_cast<float>(view.dBottom));
+    yScale = static_cast<double>(static_cast<std::int64_t>(plot.Height) - 1);
+    ySpan = view.dTop - view.dBottom;
+    yMiddle = static_cast<float>(static_cast<double>(plot.Y) + (static_cast<double>(plot.Height) - 1) / 2.0);
+  }
+  float X(int x) const { return static_cast<float>(static_cast<double>(x) - F) * xScale / xSpan + xOrigin; }
+  float Y(double v) const { return flat ? yMiddle : static_cast<float>(yBottom - (v - yOffset) * yScale / ySpan); }
+  // The pixel column of a sample; far columns stay apart.
+  int Column(int x) const { return static_cast<int>(std::clamp(std::floor(X(x)), -2.0e9f, 2.0e9f)); }
+  // One past the last sample before end in the column of sample x. Columns
+  // never decrease with x: a guess from the inverse mapping, checked, and a
+  // bisection where it missed.
+  int ColumnEnd(int x, int end) const {
+    const int col = Column(x);
+    int lo = x, hi = end;  // lo is in the column, hi is not (or is end)
+    double guess = std::ceil(F + (static_cast<double>(col) + 1.0 - static_cast<double>(xOrigin)) *
+                                     static_cast<double>(xSpan) / static_cast<double>(xScale));
+    if (!(guess > lo)) guess = lo + 1.0;  // also NaN
+    if (!(guess < hi)) guess = hi;
+    const int g = static_cast<int>(guess);
+    if (g < hi) (Column(g) == col ? lo : hi) = g;
+    if (hi - lo > 1) {
+      const int h = hi == g ? g - 1 : g + 1;
+      if (h > lo && h < hi) (Column(h) == col ? lo : hi) = h;
+    }
+    while (hi - lo > 1) {
+      const int mid = lo + (hi - lo) / 2;
+      (Column(mid) == col ? lo : hi) = mid;
+    }
+    return hi;
+  }
+  double F, E;
+  float xScale, xSpan, xOrigin;
+  bool flat;
+  double yBottom, yOffset, yScale, ySpan;
+  float yMiddle;
+};
+
+// One curve's samples in the ring: sample x is row (offset + x) mod S.
+struct CurveRing {
+  const double* base;
+  std::size_t stride;
+  int S, offset;
+  int Row(int x) const { return static_cast<int>((static_cast<std::int64_t>(offset) + x) % S); }
+  const double& At(int r) const { return base[static_cast<std::size_t>(r) * stride]; }
+};
+
+bool Breaks(const StrokeMap& m, double v) { return !m.flat && !std::isfinite(v); }
+
+// Whether four samples from q on all lie within lo and hi (false for NaN):
+// tested as one, so that a column's scan mostly skips four at a time.
+bool Within4(const double* q, std::size_t stride, double lo, double hi) {
+  const double a = q[0], b = q[stride], c = q[2 * stride], d = q[3 * stride];
+  return ((a >= lo) & (a <= hi) & (b >= lo) & (b <= hi) & (c >= lo) & (c <= hi) & (d >= lo) & (d <= hi)) != 0;
+}
+
+// The outline of samples x to end - 1 of one pixel column, which holds no
+// break: at each height the stroke reaches, what counts is where the curve
+// first and last passes it, that is the samples that set a new lowest or
+// highest value counted from the column's start, and those counted from its
+// end, each with its neighbour on the inner side. Noise has few of them (the
+// logarithm of the column's samples), a column of two samples keeps both.
+// Returns where the stroke goes on: end, or the first break.
+int OutlineColumn(const StrokeMap& m, const CurveRing& ring, int x, int end, std::vector<int>& forward,
+                  std::vector<int>& backward, std::vector<PointF>& out) {
+  const int row0 = ring.Row(x);
+  int r = row0;
+  double lo = ring.At(r), hi = lo;
+  forward.clear();
+  forward.push_back(x);
+  int stop = x + 1;
+  for (; stop < end; ++stop) {
+    while (stop + 4 <= end && r + 4 < ring.S && Within4(&ring.At(r + 1), ring.stride, lo, hi)) {
+      stop += 4;
+      r += 4;
+    }
+    if (stop == end) break;
+    if (++r == ring.S) r = 0;
+    const double v = ring.At(r);
+    if (v >= lo && v <= hi) continue;  // the common case: inside what was reached
+    if (Breaks(m, v)) break;
+    if (v < lo || v > hi) {
+      if (forward.back() != stop - 1) forward.push_back(stop - 1);
+      forward.push_back(stop);
+      lo = std::min(lo, v);
+      hi = std::max(hi, v);
+    }
+  }
+  // From the end back; r is the row of stop - 1.
+  if (stop < end) r = r == 0 ? ring.S - 1 : r - 1;
+  backward.clear();
+  backward.push_back(stop - 1);
+  lo = hi = ring.At(r);
+  for (int i = stop - 2; i >= x; --i) {
+    while (i - 3 >= x && r - 4 >= 0 && Within4(&ring.At(r - 4), ring.stride, lo, hi)) {
+      i -= 4;
+      r -= 4;
+    }
+    if (i < x) break;
+    if (--r < 0) r = ring.S - 1;
+    const double v = ring.At(r);
+    if (v < lo || v > hi) {
+      if (backward.back() != i + 1) backward.push_back(i + 1);
+      backward.push_back(i);
+      lo = std::min(lo, v);
+      hi = std::max(hi, v);
+    }
+  }
+  // Both lists in order of the samples, each sample once.
+  std::size_t f = 0, b = backward.size();
+  int last = x - 1;
+  while (f < forward.size() || b > 0) {
+    int i;
+    if (b == 0 || (f < forward.size() && forward[f] <= backward[b - 1]))
+      i = forward[f++];
+    else
+      i = backward[--b];
+    if (i == last) continue;
+    last = i;
+    int row = row0 + (i - x);
+    if (row >= ring.S) row -= ring.S;
+    out.push_back(PointF(m.X(i), m.Y(ring.At(row))));
+  }
+  return stop;
+}
+
+}  // namespace
+
+// Lays the stroke of samples from to end - 1 into out: every sample a vertex,
+// or with bOutline the outline of each dense pixel column.
+void CGraphDrawer::MapStrokes(const int* curves, int nCurves, int from, int end, int S, bool bOutline) {
   const tagPlotView view = DrawView();
-  const double F = view.dFirst, E = view.dLast + 1.0;
-  const int X = m_rcPlot.X, Y = m_rcPlot.Y, W = m_rcPlot.Width, H = m_rcPlot.Height;
-  const float xScale = static_cast<float>(static_cast<std::int64_t>(W) - 1);
-  const float xSpan = static_cast<float>(E - F - 1.0);
-  const float xOrigin = static_cast<float>(X);
-  const bool flat = view.dTop == view.dBottom;
-  const double yBottom = static_cast<double>(static_cast<std::int64_t>(Y) - 1 + H);
-  const double yOffset = m_bUserView ? view.dBottom : static_cast<double>(static_cast<float>(view.dBottom));
-  const double yScale = static_cast<double>(static_cast<std::int64_t>(H) - 1);
-  const double ySpan = view.dTop - view.dBottom;
-  const float yMiddle = static_cast<float>(static_cast<double>(Y) + (static_cast<double>(H) - 1) / 2.0);
+  const StrokeMap m(view, m_rcPlot, m_bUserView);
   const std::vector<int>& offsets = DrawOffsets();
-  const int offset = static_cast<std::size_t>(c) < offsets.size() ? offsets[static_cast<std::size_t>(c)] : 0;
-  int row = static_cast<int>((static_cast<std::int64_t>(offset) + from) % S);
-  const double* column = DrawSamples().data() + c;
   const std::size_t stride = static_cast<std::size_t>(DrawCurveCount());
-  const auto mapX = [&](int x) {
-    return static_cast<float>(static_cast<double>(x) - F) * xScale / xSpan + xOrigin;
+  if (m_strokes.size() < static_cast<std::size_t>(nCurves)) m_strokes.resize(static_cast<std::size_t>(nCurves));
+  for (int i = 0; i < nCurves; ++i) m_strokes[static_cast<std::size_t>(i)].clear();
+  const auto ring = [&](int i) {
+    const std::size_t c = static_cast<std::size_t>(curves[i]);
+    return CurveRing{DrawSamples().data() + c, stride, S, c < offsets.size() ? offsets[c] : 0};
   };
-  const auto mapY = [&](double v) {
-    return flat ? yMiddle : static_cast<float>(yBottom - (v - yOffset) * yScale / ySpan);
-  };
-  PointF* out = m_points.data();
+  if (end <= from || S <= 0) return;
   // A window of few samples per column has nothing to leave out.
-  const bool dense = E - F > 4.0 * static_cast<double>(W);
+  const bool dense = m.E - m.F > 4.0 * static_cast<double>(m_rcPlot.Width);
   if (m_bEverySample || !bOutline || !dense) {
-    for (int x = from; x < end; ++x) {
-      const double v = column[static_cast<std::size_t>(row) * stride];
-      if (++row == S) row = 0;
-      *out++ = PointF(mapX(x), mapY(v));
-    }
-    return count;
-  }
-  // Samples that share a pixel column are stroked as the outline of what
-  // they cover there. At each height the stroke reaches, what counts is where
-  // the curve first and last passes it: the samples that set a new lowest or
-  // highest value counted from the column's start, and those counted from its
-  // end, each with its neighbour on the inner side. Noise has few of them (the
-  // logarithm of the column's samples), a column of two samples keeps both.
-  int first = 0, last = 0, firstRow = 0, col = 0;
-  bool open = false;
-  std::vector<int>& keep = m_keep;
-  const auto at = [&](int r) { return column[static_cast<std::size_t>(r) * stride]; };
-  const auto flush = [&]() {
-    const int n = last - first + 1;
-    keep.assign(static_cast<std::size_t>(n), 0);
-    keep[0] = keep[static_cast<std::size_t>(n - 1)] = 1;
-    int r = firstRow;
-    double lo = at(r), hi = lo;
-    for (int i = 1; i < n; ++i) {
-      if (++r == S) r = 0;
-      const double v = at(r);
-      if (v < lo || v > hi) {
-        keep[static_cast<std::size_t>(i - 1)] = keep[static_cast<std::size_t>(i)] = 1;
-        lo = std::min(lo, v);
-        hi = std::max(hi, v);
+    for (int i = 0; i < nCurves; ++i) {
+      std::vector<PointF>& out = m_strokes[static_cast<std::size_t>(i)];
+      out.resize(static_cast<std::size_t>(end - from));
+      const CurveRing curve = ring(i);
+      int r = curve.Row(from);
+      for (int x = from; x < end; ++x) {
+        out[static_cast<std::size_t>(x - from)] = PointF(m.X(x), m.Y(curve.At(r)));
+        if (++r == S) r = 0;
       }
     }
-    lo = hi = at(r);
-    for (int i = n - 2; i >= 0; --i) {
-      if (--r < 0) r = S - 1;
-      const double v = at(r);
-      if (v < lo || v > hi) {
-        keep[static_cast<std::size_t>(i + 1)] = keep[static_cast<std::size_t>(i)] = 1;
-        lo = std::min(lo, v);
-        hi = std::max(hi, v);
+    return;
+  }
+  // Column by column, every curve in turn, so that a column's rows are read
+  // from memory once for all curves.
+  for (int x = from; x < end;) {
+    const int next = m.ColumnEnd(x, end);
+    for (int i = 0; i < nCurves; ++i) {
+      const CurveRing curve = ring(i);
+      std::vector<PointF>& out = m_strokes[static_cast<std::size_t>(i)];
+      for (int at = x; at < next;) {
+        const double v = curve.At(curve.Row(at));
+        if (Breaks(m, v)) {  // a break stays where it stands
+          out.push_back(PointF(m.X(at), m.Y(v)));
+          ++at;
+          continue;
+        }
+        at = OutlineColumn(m, curve, at, next, m_forward, m_backward, out);
       }
     }
-    r = firstRow;
-    for (int i = 0; i < n; ++i) {
-      if (keep[static_cast<std::size_t>(i)]) *out++ = PointF(mapX(first + i), mapY(at(r)));
-      if (++r == S) r = 0;
-    }
-  };
-  for (int x = from; x < end; ++x) {
-    const int r = row;
-    const double v = column[static_cast<std::size_t>(row) * stride];
-    if (++row == S) row = 0;
-    const float fx = mapX(x);
-    if (!flat && !std::isfinite(v)) {  // a break stays where it stands
-      if (open) flush();
-      open = false;
-      *out++ = PointF(fx, mapY(v));
-      continue;
-    }
-    const int k = static_cast<int>(std::clamp(std::floor(fx), -2.0e9f, 2.0e9f));  // far columns stay apart
-    if (open && k == col) {
-      last = x;
-      continue;
-    }
-    if (open) flush();
-    open = true;
-    col = k;
-    first = last = x;
-    firstRow = r;
+    x = next;
   }
-  if (open) flush();
-  return static_cast<int>(out - m_points.data());
+}
+
+int CGraphDrawer::MapStroke(int c, int from, int end, int S, bool bOutline) {
+  MapStrokes(&c, 1, from, end, S, bOutline);
+  m_points.swap(m_strokes[0]);
+  return static_cast<int>(m_points.size());
 }
 
 void CGraphDrawer::DrawCurves(Bitmap* pTarget, Bitmap* pBackground, int iFrom, int iTo) {
@@ -507,23 +601,31 @@ void CGraphDrawer::DrawCurves(Bitmap* pTarget, Bitmap* pBackground, int iFrom, i
       std::floor(xSpan * (fLeft - static_cast<float>(X) - 2.0f) / static_cast<float>(W - 1) + static_cast<float>(F)));
   const int S = static_cast<int>(DrawSamples().size() / static_cast<std::size_t>(nCurves));
   const std::int64_t start64 = std::max<std::int64_t>({first, Saturate(std::floor(F)), 0});
-  const int end =
-      static_cast<int>(std::max<std::int64_t>(std::min<std::int64_t>({iTo, Saturate(std::ceil(E)), S}), 0));
+  const int end = static_cast<int>(std::max<std::int64_t>(std::min<std::int64_t>({iTo, Saturate(std::ceil(E)), S}), 0));
   const int start = static_cast<int>(std::min<std::int64_t>(start64, end));  // both within 0 and S
-  for (int c = 0; c < nCurves; ++c) {
-    if (static_cast<std::size_t>(c) < m_styles.size() && m_styles[static_cast<std::size_t>(c)].bHidden) continue;
-    // Every pen goes through the coverage stroker, so every curve may take
-    // the outline of its dense columns.
+  // Every pen goes through the coverage stroker, so every curve may take
+  // the outline of its dense columns; the shown curves are laid out in one
+  // pass over the samples.
+  m_shown.clear();
+  for (int c = 0; c < nCurves; ++c)
+    if (static_cast<std::size_t>(c) >= m_styles.size() || !m_styles[static_cast<std::size_t>(c)].bHidden)
+      m_shown.push_back(c);
+  MapStrokes(m_shown.data(), static_cast<int>(m_shown.size()), start, end, S, true);
+  m_shownStrokes.swap(m_strokes);
+  for (std::size_t i = 0; i < m_shown.size(); ++i) {
+    const int c = m_shown[i];
     const Pen& pen = CurvePen(c, false);
-    int n = MapStroke(c, start, end, S, true);
-    if (n > 0) g.DrawLines(&pen, m_points.data(), n);
+    const std::vector<PointF>& stroke = m_shownStrokes[i];
+    if (!stroke.empty()) g.DrawLines(&pen, stroke.data(), static_cast<INT>(stroke.size()));
     if (static_cast<std::size_t>(c) < m_highlights.size()) {
       // Highlights go over their own curve and under later ones.
       const int from = std::max(m_highlights[static_cast<std::size_t>(c)].first, 0);
       const int stop = std::min(m_highlights[static_cast<std::size_t>(c)].second, end);
       const Pen& mark = CurvePen(c, true);
-      n = MapStroke(c, from, stop, S, true);
+      const int n = MapStroke(c, from, stop, S, true);
       if (n > 0) g.DrawLines(&mark, m_points.data(), n);
     }
+    // m_points holds the last stroke drawn.
+    if (i + 1 == m_shown.size() && static_cast<std::size_t>(c) >= m_highlights.size()) m_points.swap(m_shownStrokes[i]);
   }
 }

@@ -12,6 +12,7 @@
 #include <orvek/platform/core/Types.h>
 #include <orvek/platform/gfx/Gdiplus.h>
 #include <orvek/plotting/drawer/AxesDrawerBase.h>
+#include <orvek/plotting/drawer/PlotElementTypes.h>
 #include <orvek/plotting/drawer/PlotView.h>
 
 /// The pens of the curves, shared by every drawer of the process: curve c
@@ -177,7 +178,6 @@ class ORVEK_API CGraphDrawer : public CGraphDrawerBase {
   BOOL m_bResetAdaptation;                ///< the next intake snaps to the data
   int m_nCurves;                          ///< curves in a row of m_samples
   std::vector<Gdiplus::PointF> m_points;  ///< vertices of one stroke, kept between draws
-  std::vector<int> m_keep;                ///< samples of one pixel column that the outline keeps
   /// About how many grid cells the X and the Y axis have.
   ///@{
   int m_nXDivs;
@@ -263,6 +263,9 @@ class ORVEK_API CGraphDrawer : public CGraphDrawerBase {
   // Lays the vertices of samples from to end - 1 of curve c into m_points,
   // with bOutline a dense pixel column as its outline; returns how many.
   int MapStroke(int c, int from, int end, int S, bool bOutline);
+  // The same for several curves at once, into m_strokes in the order given,
+  // reading each pixel column's samples from memory once.
+  void MapStrokes(const int* curves, int nCurves, int from, int end, int S, bool bOutline);
 
   // What drawing reads besides the bitmaps: the samples, the host's view and
   // the axis values at its edges. Live, or the copy a pause took.
@@ -303,36 +306,20 @@ class ORVEK_API CGraphDrawer : public CGraphDrawerBase {
   std::vector<tagCurveStyle> m_styles;
   std::vector<Gdiplus::Pen> m_stylePens;  // normal, highlight per styled curve
   eColorScheme m_scheme;
+  std::vector<std::vector<Gdiplus::PointF>> m_strokes;       ///< vertices of each curve that MapStrokes laid out
+  std::vector<std::vector<Gdiplus::PointF>> m_shownStrokes;  ///< the shown curves' strokes while they are drawn
+  std::vector<int> m_shown;                                  ///< the curves that are not hidden
+  std::vector<int> m_forward, m_backward;                    ///< one column's outline samples from each end
 };
 
 /// The intake is built into the library for the six sample types, so a host
 /// needs no template bodies.
 ///@{
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetData<char>(char*, int, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetData<short>(short*, int, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetData<int>(int*, int, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetData<float>(float*, int, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetData<double>(double*, int, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetData<unsigned char>(unsigned char*, int, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistory<char>(char*, int, int, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistory<short>(short*, int, int, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistory<int>(int*, int, int, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistory<float>(float*, int, int, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistory<double>(double*, int, int, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistory<unsigned char>(unsigned char*, int, int, int, int,
-                                                                                   int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataAvg<char>(char*, int, double, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataAvg<short>(short*, int, double, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataAvg<int>(int*, int, double, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataAvg<float>(float*, int, double, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataAvg<double>(double*, int, double, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataAvg<unsigned char>(unsigned char*, int, double, int, int,
-                                                                               int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistoryCircular<char>(char*, int, int, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistoryCircular<short>(short*, int, int, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistoryCircular<int>(int*, int, int, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistoryCircular<float>(float*, int, int, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistoryCircular<double>(double*, int, int, int, int, int);
-extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistoryCircular<unsigned char>(unsigned char*, int, int,
-                                                                                           int, int, int);
+#define ORVEK_GRAPHDRAWER_EXTERN(T)                                                                     \
+  extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetData<T>(T*, int, int, int, int);             \
+  extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistory<T>(T*, int, int, int, int, int); \
+  extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataAvg<T>(T*, int, double, int, int, int);  \
+  extern template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistoryCircular<T>(T*, int, int, int, int, int);
+ORVEK_PLOT_ELEMENT_TYPES(ORVEK_GRAPHDRAWER_EXTERN)
+#undef ORVEK_GRAPHDRAWER_EXTERN
 ///@}

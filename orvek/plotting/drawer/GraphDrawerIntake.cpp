@@ -131,15 +131,11 @@ void CGraphDrawer::SetDataHistoryCircular(T* pData, int nCount, int nHistory, in
   m_bAutoY = saved;
 }
 
-#define ORVEK_INSTANTIATE_INTAKE(T)                                                                        \
-  template ORVEK_TEMPLATE_API void CGraphDrawer::SetData<T>(T*, int, int, int, int);                      \
-  template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistory<T>(T*, int, int, int, int, int);          \
-  template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataAvg<T>(T*, int, double, int, int, int);           \
+#define ORVEK_INSTANTIATE_INTAKE(T)                                                              \
+  template ORVEK_TEMPLATE_API void CGraphDrawer::SetData<T>(T*, int, int, int, int);             \
+  template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistory<T>(T*, int, int, int, int, int); \
+  template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataAvg<T>(T*, int, double, int, int, int);  \
   template ORVEK_TEMPLATE_API void CGraphDrawer::SetDataHistoryCircular<T>(T*, int, int, int, int, int);
 
-ORVEK_INSTANTIATE_INTAKE(char)
-ORVEK_INSTANTIATE_INTAKE(short)
-ORVEK_INSTANTIATE_INTAKE(int)
-ORVEK_INSTANTIATE_INTAKE(float)
-ORVEK_INSTANTIATE_INTAKE(double)
-ORVEK_INSTANTIATE_INTAKE(unsigned char)
+ORVEK_PLOT_ELEMENT_TYPES(ORVEK_INSTANTIATE_INTAKE)
+#undef ORVEK_INSTANTIATE_INTAKE
