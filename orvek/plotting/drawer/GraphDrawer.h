@@ -278,6 +278,13 @@ class ORVEK_API CGraphDrawer : public CGraphDrawerBase {
     float yLabels[2] = {0, 0};
     bool yIdentity = true;  // the Y axis reads data values (automatic Y)
   };
+  // The axis state of what is drawn: the pause's copy, else the live one,
+  // made in *pLive.
+  const tagDrawState& AxisState(tagDrawState* pLive) const;
+  // How many samples each curve of what is drawn holds, and sample i of curve
+  // c, counted from the oldest (0 <= i < DrawnLength()).
+  long long DrawnLength(void) const;
+  double DrawnSample(int c, long long i) const;
   // The axis values of a sample position and of a data value under a state.
   static double XAxisValue(const tagDrawState& st, double x);
   static double YAxisValue(const tagDrawState& st, double v);

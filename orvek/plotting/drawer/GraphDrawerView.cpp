@@ -63,9 +63,27 @@ double CGraphDrawer::YAxisValue(const tagDrawState& st, double v) {
   return span == 0 ? a : a + (v - st.host.dBottom) / span * (b - a);
 }
 
+const CGraphDrawer::tagDrawState& CGraphDrawer::AxisState(tagDrawState* pLive) const {
+  if (m_bPaused) return m_frozen;
+  *pLive = LiveState();
+  return *pLive;
+}
+
+long long CGraphDrawer::DrawnLength(void) const {
+  const int n = DrawCurveCount();
+  return n > 0 ? static_cast<long long>(DrawSamples().size() / static_cast<std::size_t>(n)) : 0;
+}
+
+double CGraphDrawer::DrawnSample(int c, long long i) const {
+  const std::vector<int>& offsets = DrawOffsets();
+  const long long offset = static_cast<std::size_t>(c) < offsets.size() ? offsets[static_cast<std::size_t>(c)] : 0;
+  const long long row = (offset + i) % DrawnLength();
+  return DrawSamples()[static_cast<std::size_t>(row * DrawCurveCount() + c)];
+}
+
 void CGraphDrawer::ViewLabels(float* pX0, float* pX1, float* pY0, float* pY1) const {
-  const tagDrawState live = m_bPaused ? tagDrawState() : LiveState();
-  const tagDrawState& st = m_bPaused ? m_frozen : live;
+  tagDrawState live;
+  const tagDrawState& st = AxisState(&live);
   if (!m_bUserView) {
     *pX0 = st.xLabels[0];
     *pX1 = st.xLabels[1];
@@ -221,24 +239,17 @@ tagCurveStyle CGraphDrawer::GetCurveStyle(int iCurve) {
 int CGraphDrawer::ReadAt(double dFraction, double* pX, double* pValues, int nMax) {
   CSingleLock data(&m_csData, TRUE);
   CSingleLock range(&m_csRange, TRUE);
-  const tagDrawState live = m_bPaused ? tagDrawState() : LiveState();
-  const tagDrawState& st = m_bPaused ? m_frozen : live;
+  tagDrawState live;
+  const tagDrawState& st = AxisState(&live);
   const tagPlotView view = DrawView();
   const double x = orvek_view::Lerp(view.dFirst, view.dLast, dFraction);
   if (pX) *pX = XAxisValue(st, x);
   const int n = DrawCurveCount();
-  const std::vector<double>& samples = DrawSamples();
-  const std::vector<int>& offsets = DrawOffsets();
-  const long long S = n > 0 ? static_cast<long long>(samples.size() / static_cast<std::size_t>(n)) : 0;
   const double nearest = std::floor(x + 0.5);
-  const bool inside = std::isfinite(nearest) && nearest >= 0 && nearest < static_cast<double>(S);
-  for (int c = 0; pValues && c < n && c < nMax; ++c) {
-    pValues[c] = std::numeric_limits<double>::quiet_NaN();
-    if (!inside) continue;
-    const long long offset = static_cast<std::size_t>(c) < offsets.size() ? offsets[static_cast<std::size_t>(c)] : 0;
-    const long long row = (offset + static_cast<long long>(nearest)) % S;
-    pValues[c] = YAxisValue(st, samples[static_cast<std::size_t>(row * n + c)]);
-  }
+  const bool inside = std::isfinite(nearest) && nearest >= 0 && nearest < static_cast<double>(DrawnLength());
+  for (int c = 0; pValues && c < n && c < nMax; ++c)
+    pValues[c] = inside ? YAxisValue(st, DrawnSample(c, static_cast<long long>(nearest)))
+                        : std::numeric_limits<double>::quiet_NaN();
   return n;
 }
 
@@ -268,13 +279,11 @@ void CGraphDrawer::GetViewSteps(double* pXStep, double* pYStep) {
 CStringA CGraphDrawer::ViewAsCsv(void) {
   CSingleLock data(&m_csData, TRUE);
   CSingleLock range(&m_csRange, TRUE);
-  const tagDrawState live = m_bPaused ? tagDrawState() : LiveState();
-  const tagDrawState& st = m_bPaused ? m_frozen : live;
+  tagDrawState live;
+  const tagDrawState& st = AxisState(&live);
   const tagPlotView view = DrawView();
   const int n = DrawCurveCount();
-  const std::vector<double>& samples = DrawSamples();
-  const std::vector<int>& offsets = DrawOffsets();
-  const long long S = n > 0 ? static_cast<long long>(samples.size() / static_cast<std::size_t>(n)) : 0;
+  const long long S = DrawnLength();
   std::string out = "x";
   for (int c = 0; c < n; ++c) {
     const std::size_t i = static_cast<std::size_t>(c);
@@ -283,17 +292,16 @@ CStringA CGraphDrawer::ViewAsCsv(void) {
     out += named ? CsvCell(CStringA(m_styles[i].sName).GetString()) : "curve " + std::to_string(c + 1);
   }
   out += "\n";
-  const double lo = std::min(view.dFirst, view.dLast), hi = std::max(view.dFirst, view.dLast);
-  const long long first = std::max(0LL, static_cast<long long>(std::ceil(lo)));
-  const long long last = std::min(S - 1, static_cast<long long>(std::floor(hi)));
+  // Clamped to the store before the conversion: a view may reach far beyond it.
+  const double lo = std::clamp(std::ceil(std::min(view.dFirst, view.dLast)), 0.0, static_cast<double>(S));
+  const double hi = std::clamp(std::floor(std::max(view.dFirst, view.dLast)), -1.0, static_cast<double>(S) - 1.0);
+  const long long first = static_cast<long long>(lo), last = static_cast<long long>(hi);
   char cell[40];
   for (long long i = first; i <= last; ++i) {
     std::snprintf(cell, sizeof cell, "%.9g", XAxisValue(st, static_cast<double>(i)));
     out += cell;
     for (int c = 0; c < n; ++c) {
-      const long long offset = static_cast<std::size_t>(c) < offsets.size() ? offsets[static_cast<std::size_t>(c)] : 0;
-      const double v = YAxisValue(st, samples[static_cast<std::size_t>(((offset + i) % S) * n + c)]);
-      std::snprintf(cell, sizeof cell, ",%.9g", v);
+      std::snprintf(cell, sizeof cell, ",%.9g", YAxisValue(st, DrawnSample(c, i)));
       out += cell;
     }
     out += "\n";

@@ -715,6 +715,10 @@ TEST(Render, PauseDrawsTheCopyAndExportsItByteForByte) {
   g.d.SetPaused(FALSE);
   EXPECT_NE(paused, *QtImage(&g.frame));
   EXPECT_STREQ("x,\"a,\"\"b\"\"\",curve 2\n0,9,4\n1,9,5\n2,9,6\n", g.d.ViewAsCsv().GetString());
+  g.d.SetView({-1e29, 1e29, 0, 10});  // a view far beyond the store exports the store
+  EXPECT_STREQ("x,\"a,\"\"b\"\"\",curve 2\n0,9,4\n1,9,5\n2,9,6\n", g.d.ViewAsCsv().GetString());
+  g.d.SetView({5, 9, 0, 10});  // and one beside it only the header
+  EXPECT_STREQ("x,\"a,\"\"b\"\"\",curve 2\n", g.d.ViewAsCsv().GetString());
   EXPECT_EQ(0, g.d.m_bDataPending);
 }
 
