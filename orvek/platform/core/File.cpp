@@ -14,8 +14,6 @@
 #include <cwchar>
 
 namespace {
-constexpr LONG ERROR_SHARING_VIOLATION = 32;
-
 // The absolute path for GetFilePath; the current folder at any length.
 CStringW absolutePath(const char* path) {
   std::string full;
@@ -99,7 +97,7 @@ BOOL CFile::open(const char* path, const wchar_t* fileName, UINT openFlags, CFil
   auto fail = [&](int err) {
     if (error) {
       error->m_cause = err == EWOULDBLOCK ? CFileException::sharingViolation : CFileException::ErrnoToCause(err);
-      error->m_lOsError = err == EWOULDBLOCK ? ERROR_SHARING_VIOLATION : err;
+      error->m_lOsError = err == EWOULDBLOCK ? static_cast<LONG>(ERROR_SHARING_VIOLATION) : err;
       error->m_strFileName = fileName;
     }
     return FALSE;

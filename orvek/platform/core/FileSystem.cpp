@@ -19,12 +19,6 @@
 
 namespace {
 
-constexpr DWORD ERROR_FILE_NOT_FOUND = 2;
-constexpr DWORD ERROR_PATH_NOT_FOUND = 3;
-constexpr DWORD ERROR_ACCESS_DENIED = 5;
-constexpr DWORD ERROR_INVALID_PARAMETER = 87;
-constexpr DWORD ERROR_ALREADY_EXISTS = 183;
-
 DWORD errnoToError(int e) {
   switch (e) {
     case ENOENT: return ERROR_FILE_NOT_FOUND;

@@ -15,12 +15,6 @@
 
 namespace orvek_kernel {
 
-constexpr DWORD ERROR_INVALID_HANDLE = 6;
-constexpr DWORD ERROR_INVALID_PARAMETER = 87;
-constexpr DWORD ERROR_ACCESS_DENIED = 5;
-constexpr DWORD ERROR_INVALID_THREAD_ID = 1444;
-constexpr DWORD ERROR_NOT_ENOUGH_QUOTA = 1816;
-
 struct KObject {
   enum Kind { Event, Timer, Thread };
   KObject(Kind k, int f, bool m) : kind(k), fd(f), manual(m) {}

@@ -17,8 +17,6 @@
 
 namespace {
 
-constexpr DWORD ERROR_FILE_NOT_FOUND = 2;
-
 // The target of a link at its full length: the buffer grows until it holds it.
 std::string readLink(const char* link) {
   std::string buf(256, '\0');

@@ -79,6 +79,30 @@ constexpr LONG ERROR_INVALID_INDEX = 1413;
 constexpr LONG ERROR_TIMEOUT = 1460;
 ///@}
 
+/// System error numbers as GetLastError and CFileException::m_lOsError give
+/// them: a missing file or folder, a refused access, a handle that is none, a
+/// bad argument, a name that exists, a file another open holds, no thread of
+/// that id, too many objects, a missing version block; and of the window
+/// layer: no live window of that handle, a child window without a parent, no
+/// class of that name, a call from a thread that is not the window's. Other
+/// errno values come through as they are.
+///@{
+constexpr DWORD ERROR_FILE_NOT_FOUND = 2;
+constexpr DWORD ERROR_PATH_NOT_FOUND = 3;
+constexpr DWORD ERROR_ACCESS_DENIED = 5;
+constexpr DWORD ERROR_INVALID_HANDLE = 6;
+constexpr DWORD ERROR_SHARING_VIOLATION = 32;
+constexpr DWORD ERROR_INVALID_PARAMETER = 87;
+constexpr DWORD ERROR_ALREADY_EXISTS = 183;
+constexpr DWORD ERROR_INVALID_WINDOW_HANDLE = 1400;
+constexpr DWORD ERROR_TLW_WITH_WSCHILD = 1406;
+constexpr DWORD ERROR_CANNOT_FIND_WND_CLASS = 1407;
+constexpr DWORD ERROR_WINDOW_OF_OTHER_THREAD = 1408;
+constexpr DWORD ERROR_INVALID_THREAD_ID = 1444;
+constexpr DWORD ERROR_RESOURCE_TYPE_NOT_FOUND = 1813;
+constexpr DWORD ERROR_NOT_ENOUGH_QUOTA = 1816;
+///@}
+
 /// HRESULT_FROM_WIN32: positive system error numbers wrapped as failures.
 /// Zero and negative values (results already) come back unchanged.
 constexpr LONG HRESULT_FROM_WIN32(LONG e) {

@@ -16,8 +16,6 @@
 
 namespace {
 
-constexpr DWORD ERROR_RESOURCE_TYPE_NOT_FOUND = 1813;
-
 struct VersionBlock {
   DWORD magic;
   tagVS_FIXEDFILEINFO fixed;

@@ -152,16 +152,6 @@ typedef tagNMHDR* LPNMHDR;
 /// the timer id and the tick count, instead of a WM_TIMER handler.
 typedef void (*TIMERPROC)(HWND hWnd, UINT message, UINT_PTR idEvent, DWORD time);
 
-/// System error numbers of the window layer, as GetLastError gives them: no
-/// live window of that handle, no class of that name, a child window without
-/// a parent, and a call from a thread that is not the window's.
-///@{
-constexpr DWORD ERROR_INVALID_WINDOW_HANDLE = 1400;
-constexpr DWORD ERROR_CANNOT_FIND_WND_CLASS = 1407;
-constexpr DWORD ERROR_TLW_WITH_WSCHILD = 1406;
-constexpr DWORD ERROR_WINDOW_OF_OTHER_THREAD = 1408;
-///@}
-
 // ---- static text ------------------------------------------------------------------
 
 /// Styles of static text: the alignment, and the mask of the type bits.
