@@ -194,7 +194,8 @@ void Interaction::Release(QMouseEvent* e) {
              (at - m_pressAt).manhattanLength() < kDragThreshold) {
     m_drag = Drag::None;
     Changed();
-    Menu(at);
+    Menu(at);  // last: the host may end this object while the menu is open
+    return;
   }
   m_drag = Drag::None;
   Changed();
@@ -226,10 +227,12 @@ void Interaction::Menu(const QPoint& at) {
   QAction* copy = menu.addAction(QStringLiteral("Copy image"));
   QAction* save = menu.addAction(QStringLiteral("Save image..."));
   QAction* data = menu.addAction(QStringLiteral("Export data..."));
+  // The menu and the file dialogs run loops of their own, in which the host
+  // may end the window and with it this object.
+  const QPointer<Interaction> self(this);
   QPointer<QWidget> widget = m_widget;
   QAction* chosen = menu.exec(m_widget->mapToGlobal(at));
-  // The window may have ended while the menu was open.
-  if (!chosen || !widget || !(d = Drawer())) return;
+  if (!chosen || !self || !widget || !(d = Drawer())) return;
   if (chosen == reset) {
     d->ResetView();
   } else if (chosen == pause) {
@@ -239,14 +242,14 @@ void Interaction::Menu(const QPoint& at) {
   } else if (chosen == save) {
     const QString path = QFileDialog::getSaveFileName(widget, QStringLiteral("Save image"), QStringLiteral("graph.png"),
                                                       QStringLiteral("PNG images (*.png)"));
-    if (!path.isEmpty()) (void)Composed().save(path, "PNG");
+    if (!path.isEmpty() && self) (void)Composed().save(path, "PNG");
   } else if (chosen == data) {
     const QString path = QFileDialog::getSaveFileName(widget, QStringLiteral("Export data"),
                                                       QStringLiteral("graph.csv"), QStringLiteral("CSV files (*.csv)"));
     // A failed write has no one to report to but the user, who sees no file.
-    if (!path.isEmpty()) (void)m_wnd->ExportData(path.toStdWString().c_str());
+    if (!path.isEmpty() && self) (void)m_wnd->ExportData(path.toStdWString().c_str());
   }
-  Changed();
+  if (self) Changed();
 }
 
 int Interaction::LegendHit(const QPoint& at) const {

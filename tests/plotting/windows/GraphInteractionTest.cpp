@@ -211,6 +211,20 @@ TEST(Interaction, PauseByKeyAndMenuAndExportFromTheMenu) {
             QGuiApplication::clipboard()->image().convertToFormat(QImage::Format_RGB32));
 }
 
+// The host may end the graph while the user has its menu open.
+TEST(Interaction, DestroyWhileTheMenuIsOpen) {
+  Shown s;
+  WhenOpen([] { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); },
+           [&s](QMenu* menu) {
+             s.g.Destroy();
+             menu->close();
+           });
+  QTest::mouseClick(s.w, Qt::RightButton, Qt::NoModifier, QPoint(50, 50));
+  EXPECT_EQ(nullptr, s.g.m_pDrawer);
+  QTest::mouseClick(s.w, Qt::RightButton, Qt::NoModifier, QPoint(50, 50));  // no menu now
+  EXPECT_EQ(nullptr, QApplication::activePopupWidget());
+}
+
 TEST(Interaction, LegendNamesCurvesAndHidesThemOnClick) {
   Shown s;
   const QImage before = s.w->grab().toImage();
