@@ -34,6 +34,15 @@ constexpr int kLegendPad = 4;
 
 QString FromWide(const CStringW& s) { return QString::fromWCharArray(s.GetString(), s.GetLength()); }
 QColor FromArgb(DWORD argb) { return QColor::fromRgba(argb); }
+
+// The 8-point text of every mark over the plot, set on the painter.
+QFontMetrics UseMarkFont(QPainter* p, bool bBold = false) {
+  QFont font = p->font();
+  font.setPointSizeF(8.0);
+  font.setBold(bBold);
+  p->setFont(font);
+  return QFontMetrics(font);
+}
 }  // namespace
 
 class Interaction : public QObject {
@@ -299,10 +308,7 @@ void Interaction::PaintReadout(QPainter* p, CGraphDrawer* d) {
     lines << QStringLiteral("%1 %2").arg(name, FromWide(d->FormatValue(values[static_cast<std::size_t>(c)], yStep)));
     colours.push_back(FromArgb(st.argb | 0xFF000000u));
   }
-  QFont font = p->font();
-  font.setPointSizeF(8.0);
-  p->setFont(font);
-  const QFontMetrics fm(font);
+  const QFontMetrics fm = UseMarkFont(p);
   int w = 0;
   for (const QString& s : lines) w = std::max(w, fm.horizontalAdvance(s));
   const int lineH = fm.height();
@@ -326,10 +332,7 @@ void Interaction::PaintLegend(QPainter* p, CGraphDrawer* d, bool bRecord) {
     if (d->GetCurveStyle(c).sName.GetLength() > 0) named.push_back(c);
   if (named.empty()) return;
   p->save();
-  QFont font = p->font();
-  font.setPointSizeF(8.0);
-  p->setFont(font);
-  const QFontMetrics fm(font);
+  const QFontMetrics fm = UseMarkFont(p);
   const bool light = d->GetColorScheme() == eSchemeLight;
   const int swatch = 16, lineH = fm.height();
   int w = 0;
@@ -362,12 +365,8 @@ void Interaction::PaintLegend(QPainter* p, CGraphDrawer* d, bool bRecord) {
 void Interaction::PaintPauseMark(QPainter* p) {
   const QRect r = Plot();
   p->save();
-  QFont font = p->font();
-  font.setPointSizeF(8.0);
-  font.setBold(true);
-  p->setFont(font);
+  const QFontMetrics fm = UseMarkFont(p, true);
   const QString text = QStringLiteral("\u2759\u2759 Paused");
-  const QFontMetrics fm(font);
   const QRect box(r.left() + 6, r.top() + 6, fm.horizontalAdvance(text) + 8, fm.height() + 4);
   p->fillRect(box, QColor(200, 40, 40, 220));
   p->setPen(Qt::white);
