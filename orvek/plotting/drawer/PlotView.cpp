@@ -25,22 +25,25 @@ tagPlotView Checked(const tagPlotView& before, const tagPlotView& after) { retur
 
 bool Usable(const tagPlotView& v) { return SpanUsable(v.dFirst, v.dLast) && SpanUsable(v.dBottom, v.dTop); }
 
-tagPlotView ZoomX(const tagPlotView& v, double dPivot, double dFactor) {
+namespace {
+// Scales the span from a to b by the factor about the point at the pivot.
+tagPlotView ZoomSpan(const tagPlotView& v, double tagPlotView::*a, double tagPlotView::*b, double dPivot,
+                     double dFactor) {
   if (!(dFactor > 0) || !std::isfinite(dFactor)) return v;
   tagPlotView r = v;
-  const double p = Lerp(v.dFirst, v.dLast, dPivot);
-  r.dFirst = p + (v.dFirst - p) * dFactor;
-  r.dLast = p + (v.dLast - p) * dFactor;
+  const double p = Lerp(v.*a, v.*b, dPivot);
+  r.*a = p + (v.*a - p) * dFactor;
+  r.*b = p + (v.*b - p) * dFactor;
   return Checked(v, r);
+}
+}  // namespace
+
+tagPlotView ZoomX(const tagPlotView& v, double dPivot, double dFactor) {
+  return ZoomSpan(v, &tagPlotView::dFirst, &tagPlotView::dLast, dPivot, dFactor);
 }
 
 tagPlotView ZoomY(const tagPlotView& v, double dPivot, double dFactor) {
-  if (!(dFactor > 0) || !std::isfinite(dFactor)) return v;
-  tagPlotView r = v;
-  const double p = Lerp(v.dBottom, v.dTop, dPivot);
-  r.dBottom = p + (v.dBottom - p) * dFactor;
-  r.dTop = p + (v.dTop - p) * dFactor;
-  return Checked(v, r);
+  return ZoomSpan(v, &tagPlotView::dBottom, &tagPlotView::dTop, dPivot, dFactor);
 }
 
 tagPlotView Pan(const tagPlotView& v, double dx, double dy) {

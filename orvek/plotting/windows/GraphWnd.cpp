@@ -301,11 +301,16 @@ void CGraphWnd::OnPaint(void) {
 
 // ---- the user's view, from the host ----
 
-void CGraphWnd::SetPaused(BOOL bPaused) {
+template <typename F>
+void CGraphWnd::RedrawWith(F&& change) {
   CSingleLock life(&m_csDrawer, TRUE);
   if (!m_pDrawer) return;
-  m_pDrawer->SetPaused(bPaused);
+  change(m_pDrawer);
   InvalidateRect(nullptr, FALSE);
+}
+
+void CGraphWnd::SetPaused(BOOL bPaused) {
+  RedrawWith([&](CGraphDrawer* d) { d->SetPaused(bPaused); });
 }
 
 BOOL CGraphWnd::IsPaused(void) {
@@ -314,24 +319,15 @@ BOOL CGraphWnd::IsPaused(void) {
 }
 
 void CGraphWnd::ResetView(void) {
-  CSingleLock life(&m_csDrawer, TRUE);
-  if (!m_pDrawer) return;
-  m_pDrawer->ResetView();
-  InvalidateRect(nullptr, FALSE);
+  RedrawWith([](CGraphDrawer* d) { d->ResetView(); });
 }
 
 void CGraphWnd::SetCurveStyle(int iCurve, const wchar_t* pszName, DWORD argb, float fWidth) {
-  CSingleLock life(&m_csDrawer, TRUE);
-  if (!m_pDrawer) return;
-  m_pDrawer->SetCurveStyle(iCurve, pszName, argb, fWidth);
-  InvalidateRect(nullptr, FALSE);
+  RedrawWith([&](CGraphDrawer* d) { d->SetCurveStyle(iCurve, pszName, argb, fWidth); });
 }
 
 void CGraphWnd::SetColorScheme(eColorScheme scheme) {
-  CSingleLock life(&m_csDrawer, TRUE);
-  if (!m_pDrawer) return;
-  m_pDrawer->SetColorScheme(scheme);
-  InvalidateRect(nullptr, FALSE);
+  RedrawWith([&](CGraphDrawer* d) { d->SetColorScheme(scheme); });
 }
 
 LONG CGraphWnd::ExportData(const wchar_t* pszPath) {

@@ -173,6 +173,9 @@ class ORVEK_API CGraphWnd : public CWnd {
   // takes the drawer away; taken before the drawer's own locks.
   CCriticalSection m_csDrawer;
   orvek_plot::Interaction* m_pInteraction;  // owned; window's thread
+  // Under m_csDrawer: the change on a live drawer, then a paint asked for.
+  template <typename F>
+  void RedrawWith(F&& change);
 
   void SetRedrawTimer(float fRedrawRate);
   void KillRedrawTimer(void);
