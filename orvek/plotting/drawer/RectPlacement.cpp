@@ -1,42 +1,13 @@
-// The search for the closest free place of a rectangle, in the form the axes
-// use and in the form open to hosts.
-#include <orvek/frame/OrvekGlobals.h>
+// The search for the closest free place of a rectangle, and the rectangle
+// operations of the axes' captions.
 #include <orvek/plotting/drawer/AxesDrawerBase.h>
+#include <orvek/plotting/drawer/RectSearch_p.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 
-namespace {
-
-constexpr float kNoDistance = 3.4028235e38f;  // the greatest finite float
-
-// Rectangle arithmetic wraps round 32 bits instead of overflowing: the same
-// result as the 32-bit original wherever it did not overflow.
-int Wrap(std::int64_t v) { return static_cast<int>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(v))); }
-
-// Half of a length, an odd one rounded up.
-int Half(std::int64_t n) { return static_cast<int>(static_cast<float>(n) * 0.5f + 0.5f); }
-
-// The square of an offset as a 32-bit product (wrapping), in single precision.
-float Square(std::int64_t v) {
-  const std::uint32_t u = static_cast<std::uint32_t>(static_cast<std::uint64_t>(v));
-  return static_cast<float>(static_cast<std::int32_t>(u * u));
-}
-
-// The squares are added in single precision, the root taken in double.
-float Distance(float squareX, float squareY) {
-  return static_cast<float>(std::sqrt(static_cast<double>(squareX + squareY)));
-}
-
-struct Box {
-  std::int64_t left, top, right, bottom;
-};
-
-template <typename Rect>
-Box ToBox(const Rect& r) {
-  return {r.left, r.top, r.right, r.bottom};
-}
+namespace orvek_rects {
 
 // The closest free place of r among the candidates of the exhaustive search:
 // for each used rectangle i, the four edge-to-edge moves, then its vertical
@@ -147,22 +118,14 @@ bool Search(const Box& r, const std::vector<Box>& offsets, const std::vector<Box
   return bestDistance != kNoDistance;
 }
 
-template <typename Rect>
-std::vector<Box> Boxes(const std::vector<Rect>& rects, bool skipEmpty) {
-  std::vector<Box> out;
-  out.reserve(rects.size());
-  for (const Rect& u : rects)
-    if (!skipEmpty || (u.right > u.left && u.bottom > u.top)) out.push_back(ToBox(u));
-  return out;
-}
+}  // namespace orvek_rects
 
-template <typename Rect>
-void Store(const Box& b, Rect* rect) {
-  rect->left = Wrap(b.left);
-  rect->top = Wrap(b.top);
-  rect->right = Wrap(b.right);
-  rect->bottom = Wrap(b.bottom);
-}
+using namespace orvek_rects;
+
+namespace {
+
+// Half of a length, an odd one rounded up.
+int Half(std::int64_t n) { return static_cast<int>(static_cast<float>(n) * 0.5f + 0.5f); }
 
 }  // namespace
 
@@ -230,47 +193,6 @@ bool CAxesDrawerBase::AddToRectStat(tagRECT* rect, int dx, int dy, float* bestDi
   if (l < bounds->left || r > bounds->right || t < bounds->top || b > bounds->bottom) return false;
   const tagRECT candidate = {static_cast<LONG>(l), static_cast<LONG>(t), static_cast<LONG>(r), static_cast<LONG>(b)};
   if (used && IsRectIntersects(&candidate, used)) return false;
-  *bestDistance = distance;
-  *bestRect = candidate;
-  return true;
-}
-
-// The host's form starts where the rectangle is, tests with the platform's
-// rectangle operations (an empty rectangle meets nothing, an empty candidate
-// is never inside the bounds) and takes a null list as an empty one.
-bool COrvekGlobals::CalculateClosestNonIntersectRect(CRect* rect, CRect& bounds, std::vector<CRect>* used) {
-  if (!rect) return false;
-  if (!used || used->empty() || !IsRectIntersects(*rect, used)) return true;
-  if (::IsRectEmpty(&bounds)) return false;  // no candidate can lie inside
-  Box best = ToBox(*rect);
-  if (!Search(ToBox(*rect), Boxes(*used, false), Boxes(*used, true), ToBox(bounds), &best)) return false;
-  Store(best, rect);
-  return true;
-}
-
-bool COrvekGlobals::IsRectIntersects(CRect& rect, std::vector<CRect>* used) {
-  if (!used) return false;
-  CRect overlap;
-  for (const CRect& u : *used)
-    if (::IntersectRect(&overlap, &rect, &u)) return true;
-  return false;
-}
-
-bool COrvekGlobals::AddToRectStat(CRect* rect, CSize& offset, float* bestDistance, CRect* bestRect, CRect& bounds,
-                                  std::vector<CRect>* used) {
-  if (!rect || !bestDistance || !bestRect || !used) return false;
-  const float distance = Distance(Square(offset.cx), Square(offset.cy));
-  if (!(*bestDistance > distance)) return false;
-  const std::int64_t l = static_cast<std::int64_t>(rect->left) + offset.cx;
-  const std::int64_t r = static_cast<std::int64_t>(rect->right) + offset.cx;
-  const std::int64_t t = static_cast<std::int64_t>(rect->top) + offset.cy;
-  const std::int64_t b = static_cast<std::int64_t>(rect->bottom) + offset.cy;
-  // A candidate beyond 32 bits lies outside any bounds.
-  if (std::min({l, t, r, b}) < INT32_MIN || std::max({l, t, r, b}) > INT32_MAX) return false;
-  CRect candidate(static_cast<int>(l), static_cast<int>(t), static_cast<int>(r), static_cast<int>(b));
-  CRect inside;
-  if (!::IntersectRect(&inside, &candidate, &bounds) || !::EqualRect(&inside, &candidate)) return false;
-  if (IsRectIntersects(candidate, used)) return false;
   *bestDistance = distance;
   *bestRect = candidate;
   return true;
