@@ -1,6 +1,4 @@
-// The library's windows around a host's start and end: every scenario runs
-// in a child process of its own (with a fresh application object, or none),
-// so that a crash or a hang is reported here instead of ending the suite.
+// The library's windows around a host's start and end, each scenario in a child process so a crash is reported.
 #include <orvek/Orvek.h>
 #include <orvek/platform/gfx/QtInterop.h>
 
@@ -30,8 +28,7 @@ void Check(bool ok, const char* what) {
   std::_Exit(3);
 }
 
-// Runs the scenario in a re-executed child under a 60 s watchdog. A quiet
-// child has written nothing at all to stderr (Qt's warnings included).
+// Runs the scenario in a re-executed child under a 60 s watchdog; a quiet child writes nothing to stderr.
 void ExpectCleanChild(const std::function<void()>& scenario, bool quiet = true) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   unsetenv("ORVEK_QT_MESSAGES");
@@ -78,9 +75,7 @@ void CreatePlots(CGraphsWindow* plots) {
 float g_gain = 0.5f;
 const tagParamInfoV2 kParams[] = {{L"Gain", ePT_Float, &g_gain, 0.0, 1.0, nullptr, nullptr, nullptr, 0}};
 
-// The README's example, ended once by the user's close box and once by a
-// WM_QUIT that another thread posts: the loop returns, the feeder ends,
-// and the window object outlives ShutDown.
+// The README's example, ended by the close box or by another thread's WM_QUIT: the loop returns, the feeder ends.
 TEST(Lifecycle, ReadmeExampleEndsEitherWay) {
   for (const bool hostQuits : {false, true}) {
     ExpectCleanChild([hostQuits] {
@@ -114,8 +109,7 @@ TEST(Lifecycle, ReadmeExampleEndsEitherWay) {
   }
 }
 
-// Graph windows, a single graph in a host window, and a tuning dialog, all
-// shown, then ended in each order around ShutDown.
+// Graph windows, a single graph in a host window and a tuning dialog, ended in each order around ShutDown.
 TEST(Lifecycle, WindowsEndInAnyOrderAroundShutDown) {
   enum Order { ShutDownFirst, DestroyFirst, UserClosesFirst, DeleteFirst };
   for (const Order order : {ShutDownFirst, DestroyFirst, UserClosesFirst, DeleteFirst}) {
@@ -159,9 +153,8 @@ TEST(Lifecycle, WindowsEndInAnyOrderAroundShutDown) {
   }
 }
 
-// A Qt host with its own application and main window: with graph windows
-// and a tuning dialog shown (and fed), quit(), exit() and closing the main
-// window each end exec() every time, and the feeder always ends.
+// A Qt host with its own application: with graph windows and a dialog shown and fed, quit(), exit() and closing
+// the main window each end exec() every time, and the feeder always ends.
 TEST(Lifecycle, QtHostLoopEndsEveryTime) {
   ExpectCleanChild(
       [] {
@@ -202,9 +195,7 @@ TEST(Lifecycle, QtHostLoopEndsEveryTime) {
       /*quiet=*/false);  // the host's own application speaks as Qt does
 }
 
-// No usable display, or a platform plugin that does not exist: StartUp
-// refuses instead of ending the process, and a later StartUp on a platform
-// that works still succeeds.
+// No usable display or no such platform plugin: StartUp refuses instead of ending the process; a later one works.
 TEST(Lifecycle, StartUpWithoutUsableDisplayFails) {
   struct Case {
     const char* display;   // null: unset

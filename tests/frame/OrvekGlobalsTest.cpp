@@ -41,80 +41,68 @@ std::string contents(const std::string& p) {
   return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
+// ReadFromFile's result and the size it gave back.
+template <typename C>
+std::pair<int, int> Read(const C* name, void* buffer, int size) {
+  const int result = COrvekGlobals::ReadFromFile(name, buffer, &size);
+  return {result, size};
+}
+using P = std::pair<int, int>;
+
 TEST(Files, WriteCreatesAppendsAndReadSizesFromTheApplicationFolder) {
   ScratchFile f("orvek_frame_rw");
-  const std::string elsewhere = "/tmp";
-  ASSERT_EQ(::chdir(elsewhere.c_str()), 0);
-
-  // Append on a missing file creates it; the relative name means the
-  // application's folder, which becomes the current folder.
-  ASSERT_EQ(COrvekGlobals::WriteToFile(f.name.c_str(), "abc", 3, 1), S_OK);
+  const char* name = f.name.c_str();
+  const CStringW wide(name);
+  // Append on a missing file creates it; a relative name means the application's folder, which becomes current.
+  ASSERT_EQ(::chdir("/tmp"), 0);
+  ASSERT_EQ(COrvekGlobals::WriteToFile(name, "abc", 3, 1), S_OK);
   char cwd[PATH_MAX];
   ASSERT_NE(::getcwd(cwd, sizeof cwd), nullptr);
   EXPECT_EQ(std::string(cwd) + "/", testFolder());
   EXPECT_EQ(CStringA(COrvekGlobals::GetApplicationPath()), testFolder().c_str());
   EXPECT_EQ(contents(f.full), "abc");
-  ASSERT_EQ(COrvekGlobals::WriteToFile(CStringW(f.name.c_str()).GetString(), "defg", 4, 1), S_OK);
+  ASSERT_EQ(COrvekGlobals::WriteToFile(wide.GetString(), "defg", 4, 1), S_OK);
   EXPECT_EQ(contents(f.full), "abcdefg");
-  // Without append the file is emptied first.
-  ASSERT_EQ(COrvekGlobals::WriteToFile(f.name.c_str(), "XYZ12", 5, 0), S_OK);
+  ASSERT_EQ(COrvekGlobals::WriteToFile(name, "XYZ12", 5, 0), S_OK);  // without append, emptied first
   EXPECT_EQ(contents(f.full), "XYZ12");
 
-  // A null buffer asks for the size; a buffer of that size reads it all.
-  ASSERT_EQ(::chdir(elsewhere.c_str()), 0);
-  int size = -1;
-  ASSERT_EQ(COrvekGlobals::ReadFromFile(f.name.c_str(), nullptr, &size), 1);
-  EXPECT_EQ(size, 5);
-  std::string buf(static_cast<std::size_t>(size), '\0');
-  ASSERT_EQ(COrvekGlobals::ReadFromFile(CStringW(f.name.c_str()).GetString(), &buf[0], &size), 1);
-  EXPECT_EQ(size, 5);
+  // A null buffer asks for the size; a smaller buffer reads what fits.
+  ASSERT_EQ(::chdir("/tmp"), 0);
+  EXPECT_EQ(Read(name, nullptr, -1), P(1, 5));
+  std::string buf(5, '\0');
+  EXPECT_EQ(Read(wide.GetString(), &buf[0], 5), P(1, 5));
   EXPECT_EQ(buf, "XYZ12");
-  // A smaller buffer reads what fits, a larger one tells how much came.
   char small[3] = {};
-  size = 3;
-  ASSERT_EQ(COrvekGlobals::ReadFromFile(f.name.c_str(), small, &size), 1);
-  EXPECT_EQ(size, 3);
+  EXPECT_EQ(Read(name, small, 3), P(1, 3));
   EXPECT_EQ(std::string(small, 3), "XYZ");
-  // An empty write empties the file.
-  ASSERT_EQ(COrvekGlobals::WriteToFile(f.name.c_str(), nullptr, 0, 0), S_OK);
-  size = -1;
-  ASSERT_EQ(COrvekGlobals::ReadFromFile(f.name.c_str(), nullptr, &size), 1);
-  EXPECT_EQ(size, 0);
+  ASSERT_EQ(COrvekGlobals::WriteToFile(name, nullptr, 0, 0), S_OK);  // an empty write empties the file
+  EXPECT_EQ(Read(name, nullptr, -1), P(1, 0));
 }
 
 TEST(Files, MissingFilesBusyFilesAndBadInput) {
   ScratchFile f("orvek_frame_missing");
-  int size = 1234;
-  EXPECT_EQ(COrvekGlobals::ReadFromFile(f.name.c_str(), nullptr, &size), 0);
-  EXPECT_EQ(size, 1234);  // untouched
+  const char* name = f.name.c_str();
   char buf[4] = {'x', 'x', 'x', 'x'};
-  EXPECT_EQ(COrvekGlobals::ReadFromFile(static_cast<const char*>(nullptr), buf, &size), 0);
-  EXPECT_EQ(COrvekGlobals::ReadFromFile(static_cast<const wchar_t*>(nullptr), buf, &size), 0);
-  EXPECT_EQ(COrvekGlobals::ReadFromFile(f.name.c_str(), buf, nullptr), 0);
-
+  EXPECT_EQ(Read(name, nullptr, 1234), P(0, 1234));  // the size untouched
+  EXPECT_EQ(Read(static_cast<const char*>(nullptr), buf, 4).first, 0);
+  EXPECT_EQ(Read(static_cast<const wchar_t*>(nullptr), buf, 4).first, 0);
+  EXPECT_EQ(COrvekGlobals::ReadFromFile(name, buf, nullptr), 0);
   // A file that someone holds open cannot be written, and nothing of it is lost.
-  ASSERT_EQ(COrvekGlobals::WriteToFile(f.name.c_str(), "held", 4, 0), S_OK);
+  ASSERT_EQ(COrvekGlobals::WriteToFile(name, "held", 4, 0), S_OK);
   {
     CFile holder;
     ASSERT_TRUE(holder.Open(CStringW(f.full.c_str()), CFile::modeRead));
-    EXPECT_EQ(COrvekGlobals::WriteToFile(f.name.c_str(), "lost", 4, 0), E_FAIL);
-    EXPECT_EQ(COrvekGlobals::WriteToFile(f.name.c_str(), "lost", 4, 1), E_FAIL);
-    EXPECT_EQ(COrvekGlobals::ReadFromFile(f.name.c_str(), nullptr, &size), 0);
+    for (int append : {0, 1}) EXPECT_EQ(COrvekGlobals::WriteToFile(name, "lost", 4, append), E_FAIL);
+    EXPECT_EQ(Read(name, nullptr, 0).first, 0);
   }
-  EXPECT_EQ(contents(f.full), "held");
-  size = -5;  // a negative size reads nothing
-  EXPECT_EQ(COrvekGlobals::ReadFromFile(f.name.c_str(), buf, &size), 1);
-  EXPECT_EQ(size, 0);
+  EXPECT_EQ(Read(name, buf, -5), P(1, 0));  // a negative size reads nothing
   EXPECT_EQ(buf[0], 'x');
-
   EXPECT_EQ(COrvekGlobals::WriteToFile(static_cast<const char*>(nullptr), "x", 1, 0), E_FAIL);
-  EXPECT_EQ(COrvekGlobals::WriteToFile(f.name.c_str(), nullptr, 4, 0), E_FAIL);
-  EXPECT_EQ(COrvekGlobals::WriteToFile(f.name.c_str(), "x", -1, 0), E_FAIL);
-  EXPECT_EQ(COrvekGlobals::WriteToFile(f.name.c_str(), "x", INT_MIN, 0), E_FAIL);
+  for (const auto& [data, size] : {std::pair<const char*, int>{nullptr, 4}, {"x", -1}, {"x", INT_MIN}})
+    EXPECT_EQ(COrvekGlobals::WriteToFile(name, data, size, 0), E_FAIL) << size;
   EXPECT_EQ(COrvekGlobals::WriteToFile("no_such_folder_here/x.bin", "x", 1, 1), E_FAIL);
   EXPECT_EQ(contents(f.full), "held");
-  // A write error passes through to the caller as the file exception. Another
-  // test program may hold /dev/full for a moment, which gives E_FAIL instead.
+  // A write error reaches the caller as the file exception; another program may hold /dev/full (E_FAIL) a moment.
   bool thrown = false;
   for (int attempt = 0; attempt < 500 && !thrown; ++attempt) {
     try {
@@ -137,46 +125,36 @@ TEST(Files, FileInfoOfTheLibraryAndOfUnknownModules) {
   EXPECT_EQ(info.dwProductVersionMS, info.dwFileVersionMS);
 
   // The test program has no version until one is registered for it.
-  EXPECT_EQ(COrvekGlobals::GetFileInfo(nullptr, &info), E_FAIL);
   int notAModule = 0;
-  EXPECT_EQ(COrvekGlobals::GetFileInfo(&notAModule, &info), E_FAIL);
+  for (HINSTANCE m : {HINSTANCE(nullptr), HINSTANCE(&notAModule)})
+    EXPECT_EQ(COrvekGlobals::GetFileInfo(m, &info), E_FAIL);
   EXPECT_EQ(COrvekGlobals::GetFileInfo(OrvekGetModuleHandle(), nullptr), E_FAIL);
   ASSERT_TRUE(OrvekRegisterModuleVersion(nullptr, 3, 4, 5, 6));
   ASSERT_EQ(COrvekGlobals::GetFileInfo(nullptr, &info), S_OK);
-  EXPECT_EQ(info.dwFileVersionMS, 0x00030004u);
-  EXPECT_EQ(info.dwFileVersionLS, 0x00050006u);
+  EXPECT_EQ(std::make_pair(info.dwFileVersionMS, info.dwFileVersionLS), std::make_pair(0x00030004u, 0x00050006u));
 }
 
 TEST(Text, WideAndNarrowVectors) {
   std::vector<wchar_t> w(5, L'#');
   COrvekGlobals::CSTRtoWSTR(nullptr, &w);
-  ASSERT_EQ(w.size(), 1u);
-  EXPECT_EQ(w[0], L'\0');
+  EXPECT_EQ(w, std::vector<wchar_t>{L'\0'});
   COrvekGlobals::CSTRtoWSTR("\xc3\xa9t\xc3\xa9", &w);
   // Sized by the bytes; the text and its closing zero come first.
-  ASSERT_EQ(w.size(), 6u);
-  EXPECT_EQ(std::wstring(w.data()), L"\u00e9t\u00e9");
-  const std::string longText(1500, 'a');
-  COrvekGlobals::CSTRtoWSTR(longText.c_str(), &w);
-  EXPECT_EQ(w.size(), 1001u);  // cut at 1000 characters
-  EXPECT_EQ(w[1000], L'a');    // and no closing zero then
+  EXPECT_EQ(std::make_pair(w.size(), std::wstring(w.data())),
+            std::make_pair(std::size_t(6), std::wstring(L"\u00e9t\u00e9")));
+  COrvekGlobals::CSTRtoWSTR(std::string(1500, 'a').c_str(), &w);
+  EXPECT_EQ(std::make_pair(w.size(), w[1000]), std::make_pair(std::size_t(1001), L'a'));  // cut at 1000, no zero
 
   std::vector<char> n;
   COrvekGlobals::WSTRtoCSTR(nullptr, &n);
-  ASSERT_EQ(n.size(), 1u);
-  EXPECT_EQ(n[0], '\0');
+  EXPECT_EQ(n, std::vector<char>{'\0'});
   COrvekGlobals::WSTRtoCSTR(L"\u00e9t\u00e9", &n);
-  ASSERT_EQ(n.size(), 6u);
-  EXPECT_EQ(std::string(n.data()), "\xc3\xa9t\xc3\xa9");
-  COrvekGlobals::WSTRtoCSTR(L"ab", &n);
-  // The last element is left as it was when the vector shrank.
-  ASSERT_EQ(n.size(), 3u);
-  EXPECT_EQ(std::string(n.data(), 2), "ab");
-  EXPECT_EQ(n[2], 't');
-  const std::wstring longWide(1500, L'b');
-  COrvekGlobals::WSTRtoCSTR(longWide.c_str(), &n);
-  EXPECT_EQ(n.size(), 1001u);
-  EXPECT_EQ(n[999], 'b');
+  EXPECT_EQ(std::make_pair(n.size(), std::string(n.data())),
+            std::make_pair(std::size_t(6), std::string("\xc3\xa9t\xc3\xa9")));
+  COrvekGlobals::WSTRtoCSTR(L"ab", &n);  // the last element is left as it was when the vector shrank
+  EXPECT_EQ(std::string(n.begin(), n.end()), "abt");
+  COrvekGlobals::WSTRtoCSTR(std::wstring(1500, L'b').c_str(), &n);
+  EXPECT_EQ(std::make_pair(n.size(), n[999]), std::make_pair(std::size_t(1001), 'b'));
   COrvekGlobals::CSTRtoWSTR("x", nullptr);  // no crash
 
   const CStringW wide(L"gr\u00fc\u00df \U0001F600 \xD800");
@@ -189,38 +167,43 @@ TEST(Text, WideAndNarrowVectors) {
   const CStringA invalid("a\xff");
   EXPECT_EQ(COrvekGlobals::ANSIToUnicode(&invalid, &again), S_OK);
   EXPECT_EQ(again, L"a\xFFFD");
-  EXPECT_EQ(COrvekGlobals::UnicodeToANSI(nullptr, &narrow), S_OK);
-  EXPECT_EQ(COrvekGlobals::UnicodeToANSI(nullptr, nullptr), S_OK);
+  EXPECT_EQ(COrvekGlobals::UnicodeToANSI(nullptr, &narrow) | COrvekGlobals::UnicodeToANSI(nullptr, nullptr), S_OK);
 }
 
 TEST(Search, FindByteSequence) {
-  const unsigned char data[] = {1, 2, 3, 4, 5, 6, 3, 4};
-  const unsigned char seq[] = {3, 4};
-  int pos = -1;
-  EXPECT_EQ(COrvekGlobals::FindByteSequence(data, 8, seq, 2, &pos, 1), S_OK);
-  EXPECT_EQ(pos, 2);
-  // Only the positions 0, step, 2 step ... are tried.
-  EXPECT_EQ(COrvekGlobals::FindByteSequence(data, 8, seq, 2, &pos, 3), S_OK);
-  EXPECT_EQ(pos, 6);  // the last position counts
-  EXPECT_EQ(COrvekGlobals::FindByteSequence(data, 8, seq, 2, &pos, 4), E_FAIL);
-  EXPECT_EQ(pos, 8);  // where the search stopped
-  // Found at position 0 of longer data.
-  EXPECT_EQ(COrvekGlobals::FindByteSequence(data, 8, data, 3, &pos, 1), S_OK);
-  EXPECT_EQ(pos, 0);
-  // Data exactly as long as the sequence.
-  EXPECT_EQ(COrvekGlobals::FindByteSequence(seq, 2, seq, 2, &pos, 1), S_OK);
-  EXPECT_EQ(pos, 0);
-  EXPECT_EQ(COrvekGlobals::FindByteSequence(data, 2, seq, 2, &pos, 1), E_FAIL);
-
-  pos = 99;
-  EXPECT_EQ(COrvekGlobals::FindByteSequence(nullptr, 8, seq, 2, &pos, 1), E_POINTER);
-  EXPECT_EQ(COrvekGlobals::FindByteSequence(data, 8, nullptr, 2, &pos, 1), E_POINTER);
+  const unsigned char data[] = {1, 2, 3, 4, 5, 6, 3, 4}, seq[] = {3, 4};
+  // Only the positions 0, step, 2 step ... are tried; a miss leaves the position where the search stopped.
+  const struct {
+    const unsigned char* d;
+    int dataSize;
+    const unsigned char* q;
+    int seqSize, step;
+    LONG result;
+    int pos;
+  } cases[] = {{data, 8, seq, 2, 1, S_OK, 2},
+               {data, 8, seq, 2, 3, S_OK, 6},
+               {data, 8, seq, 2, 4, E_FAIL, 8},
+               {data, 8, data, 3, 1, S_OK, 0},
+               {seq, 2, seq, 2, 1, S_OK, 0},
+               {data, 2, seq, 2, 1, E_FAIL, 1},
+               {nullptr, 8, seq, 2, 1, E_POINTER, 99},
+               {data, 8, nullptr, 2, 1, E_POINTER, 99},
+               // dataSize, sequenceSize, step: zero, negative, or data shorter than the sequence.
+               {data, 8, seq, 2, 0, E_INVALIDARG, 99},
+               {data, 8, seq, 2, -1, E_INVALIDARG, 99},
+               {data, 0, seq, 2, 1, E_INVALIDARG, 99},
+               {data, -8, seq, 2, 1, E_INVALIDARG, 99},
+               {data, 8, seq, 0, 1, E_INVALIDARG, 99},
+               {data, 8, seq, -2, 1, E_INVALIDARG, 99},
+               {data, 1, seq, 2, 1, E_INVALIDARG, 99}};
+  for (const auto& k : cases) {
+    int pos = 99;
+    EXPECT_EQ(COrvekGlobals::FindByteSequence(k.d, k.dataSize, k.q, k.seqSize, &pos, k.step), k.result)
+        << k.dataSize << " " << k.seqSize << " " << k.step;
+    EXPECT_EQ(pos, k.pos) << k.dataSize << " " << k.seqSize << " " << k.step;
+  }
+  int pos = 0;
   EXPECT_EQ(COrvekGlobals::FindByteSequence(data, 8, seq, 2, nullptr, 1), E_POINTER);
-  // dataSize, sequenceSize, step: zero, negative, or data shorter than the sequence.
-  for (auto [d, q, st] :
-       {std::array<int, 3>{8, 2, 0}, {8, 2, -1}, {0, 2, 1}, {-8, 2, 1}, {8, 0, 1}, {8, -2, 1}, {1, 2, 1}})
-    EXPECT_EQ(COrvekGlobals::FindByteSequence(data, d, seq, q, &pos, st), E_INVALIDARG) << d << " " << q << " " << st;
-  EXPECT_EQ(pos, 99);
   // A huge step ends the search instead of overflowing.
   EXPECT_EQ(COrvekGlobals::FindByteSequence(data, 8, seq, 1, &pos, INT_MAX), E_FAIL);
 }
@@ -229,31 +212,26 @@ TEST(Search, GetNewIndexFileNameFillsGaps) {
   char tmpl[] = "/tmp/orvek_index_XXXXXX";
   ASSERT_NE(::mkdtemp(tmpl), nullptr);
   const std::string dir = tmpl;
-  auto touch = [&](const char* name) { std::ofstream(dir + "/" + name) << "x"; };
-  CStringW format((dir + "/cap_%03d.png").c_str());
-  CStringW result(L"unchanged");
-
-  ASSERT_EQ(COrvekGlobals::GetNewIndexFileName(&format, &result, 0), S_OK);
-  EXPECT_EQ(CStringA(result), (dir + "/cap_000.png").c_str());
-  touch("cap_000.png");
-  // maxIndex 0 tries the one name only.
-  result = L"unchanged";
-  EXPECT_EQ(COrvekGlobals::GetNewIndexFileName(&format, &result, 0), E_FAIL);
-  EXPECT_EQ(result, L"unchanged");
-  touch("cap_001.png");
-  touch("cap_003.png");
-  ASSERT_EQ(COrvekGlobals::GetNewIndexFileName(&format, &result, 10), S_OK);
-  EXPECT_EQ(CStringA(result), (dir + "/cap_002.png").c_str());
-  touch("cap_002.png");
-  ASSERT_EQ(COrvekGlobals::GetNewIndexFileName(&format, &result, 10), S_OK);
-  EXPECT_EQ(CStringA(result), (dir + "/cap_004.png").c_str());
-  result = L"unchanged";
-  EXPECT_EQ(COrvekGlobals::GetNewIndexFileName(&format, &result, 3), E_FAIL);
-  EXPECT_EQ(result, L"unchanged");
-
+  CStringW format((dir + "/cap_%03d.png").c_str()), result;
+  // Each row: the names made before the call, the maximum index, and the name given (empty: none).
+  const struct {
+    std::vector<const char*> touch;
+    int maxIndex;
+    const char* name;
+  } steps[] = {{{}, 0, "cap_000.png"},
+               {{"cap_000.png"}, 0, nullptr},  // maxIndex 0 tries the one name only
+               {{"cap_001.png", "cap_003.png"}, 10, "cap_002.png"},
+               {{"cap_002.png"}, 10, "cap_004.png"},
+               {{}, 3, nullptr},
+               {{}, -1, nullptr}};
+  for (const auto& k : steps) {
+    for (const char* name : k.touch) std::ofstream(dir + "/" + name) << "x";
+    result = L"unchanged";
+    EXPECT_EQ(COrvekGlobals::GetNewIndexFileName(&format, &result, k.maxIndex), k.name ? S_OK : E_FAIL) << k.maxIndex;
+    EXPECT_EQ(CStringA(result), k.name ? (dir + "/" + k.name).c_str() : "unchanged");
+  }
   EXPECT_EQ(COrvekGlobals::GetNewIndexFileName(nullptr, &result, 3), E_POINTER);
   EXPECT_EQ(COrvekGlobals::GetNewIndexFileName(&format, nullptr, 3), E_POINTER);
-  EXPECT_EQ(COrvekGlobals::GetNewIndexFileName(&format, &result, -1), E_FAIL);
   // Only a format with one integer placeholder is used.
   for (CStringW bad :
        {L"plain.txt", L"%s.txt", L"%d_%d.txt", L"%*d.txt", L"%ld", L"100%", L"n%999999999d", L"n%2147483648d"})
@@ -264,101 +242,73 @@ TEST(Search, GetNewIndexFileNameFillsGaps) {
   std::system(("rm -rf '" + dir + "'").c_str());
 }
 
-TEST(Ticks, ElapsedAcrossTheWrap) {
-  EXPECT_EQ(COrvekGlobals::GetTicksElapsed(5, 3), 2u);
-  EXPECT_EQ(COrvekGlobals::GetTicksElapsed(0, 0xFFFFFFFFu), 0u);
-  EXPECT_EQ(COrvekGlobals::GetTicksElapsed(1, 0xFFFFFFFFu), 1u);
-  EXPECT_EQ(COrvekGlobals::GetTicksElapsed(10, 0xFFFFFFF0u), 25u);
-}
-
-TEST(Lists, CompareLists) {
-  std::vector<int> a, b;
+TEST(Helpers, TicksElapsedAcrossTheWrapAndCompareLists) {
+  EXPECT_EQ((std::vector<DWORD>{COrvekGlobals::GetTicksElapsed(5, 3), COrvekGlobals::GetTicksElapsed(0, 0xFFFFFFFFu),
+                                COrvekGlobals::GetTicksElapsed(1, 0xFFFFFFFFu),
+                                COrvekGlobals::GetTicksElapsed(10, 0xFFFFFFF0u)}),
+            (std::vector<DWORD>{2, 0, 1, 25}));
+  // An ended list, or the beginning of the other one, counts as the greater.
+  using L = std::vector<int>;
   EXPECT_EQ(COrvekGlobals::CompareLists<int>(nullptr, nullptr), 0);
-  EXPECT_EQ(COrvekGlobals::CompareLists<int>(&a, &b), 0);
-  b = {1};
-  EXPECT_EQ(COrvekGlobals::CompareLists<int>(&a, &b), 1);  // a ended first
-  EXPECT_EQ(COrvekGlobals::CompareLists<int>(&b, &a), -1);
-  a = {1, 2, 3};
-  b = {1, 2, 3};
-  EXPECT_EQ(COrvekGlobals::CompareLists<int>(&a, &b), 0);
-  b = {1, 2, 4};
-  EXPECT_EQ(COrvekGlobals::CompareLists<int>(&a, &b), -1);
-  EXPECT_EQ(COrvekGlobals::CompareLists<int>(&b, &a), 1);
-  b = {1, 2};
-  // The beginning of the other list counts as the greater one.
-  EXPECT_EQ(COrvekGlobals::CompareLists<int>(&a, &b), -1);
-  EXPECT_EQ(COrvekGlobals::CompareLists<int>(&b, &a), 1);
-  b = {0, 9, 9, 9};
-  EXPECT_EQ(COrvekGlobals::CompareLists<int>(&a, &b), 1);
+  const struct {
+    L a, b;
+    int result;
+  } cases[] = {{{}, {}, 0},
+               {{}, {1}, 1},
+               {{1, 2, 3}, {1, 2, 3}, 0},
+               {{1, 2, 3}, {1, 2, 4}, -1},
+               {{1, 2, 3}, {1, 2}, -1},
+               {{1, 2, 3}, {0, 9, 9, 9}, 1}};
+  for (auto k : cases) {
+    EXPECT_EQ(COrvekGlobals::CompareLists<int>(&k.a, &k.b), k.result) << ::testing::PrintToString(k.a);
+    EXPECT_EQ(COrvekGlobals::CompareLists<int>(&k.b, &k.a), -k.result) << ::testing::PrintToString(k.a);
+  }
 }
 
 using Orders = std::vector<std::vector<int>>;
+using Words = std::vector<CStringW>;
 
-TEST(Variants, PlaceVariantsInLexicographicOrder) {
+Orders places(int n, int times = 1) {
   Orders v;
-  EXPECT_EQ(COrvekGlobals::GetPlaceVariants(3, &v), S_OK);
-  EXPECT_EQ(v, (Orders{{0, 1, 2}, {0, 2, 1}, {1, 0, 2}, {1, 2, 0}, {2, 0, 1}, {2, 1, 0}}));
-
-  Orders zero, one;
-  EXPECT_EQ(COrvekGlobals::GetPlaceVariants(0, &zero), S_OK);
-  EXPECT_EQ(zero, (Orders{{}}));
-  EXPECT_EQ(COrvekGlobals::GetPlaceVariants(1, &one), S_OK);
-  EXPECT_EQ(one, (Orders{{0}}));
-
-  // Appended, not replaced: twice gives the list twice.
-  Orders twice;
-  EXPECT_EQ(COrvekGlobals::GetPlaceVariants(2, &twice), S_OK);
-  EXPECT_EQ(COrvekGlobals::GetPlaceVariants(2, &twice), S_OK);
-  EXPECT_EQ(twice, (Orders{{0, 1}, {1, 0}, {0, 1}, {1, 0}}));
-
-  Orders five;
-  EXPECT_EQ(COrvekGlobals::GetPlaceVariants(5, &five), S_OK);
-  EXPECT_EQ(five.size(), 120u);
-  EXPECT_TRUE(std::is_sorted(five.begin(), five.end()));
-  EXPECT_EQ(std::set<std::vector<int>>(five.begin(), five.end()).size(), 120u);
-
-  // Bad input appends nothing and does not crash.
-  Orders none;
-  EXPECT_EQ(COrvekGlobals::GetPlaceVariants(-1, &none), S_OK);
-  EXPECT_TRUE(none.empty());
-  EXPECT_EQ(COrvekGlobals::GetPlaceVariants(3, nullptr), S_OK);
-}
-
-std::vector<CStringW> words(const wchar_t* alphabet, int length) {
-  std::vector<CStringW> v;
-  EXPECT_EQ(COrvekGlobals::GetStringVariants(alphabet, length, &v), S_OK);
+  for (int i = 0; i < times; ++i) EXPECT_EQ(COrvekGlobals::GetPlaceVariants(n, &v), S_OK);
   return v;
 }
 
-TEST(Variants, StringVariants) {
-  EXPECT_EQ(words(L"abc", 2), (std::vector<CStringW>{L"ab", L"ac", L"ba", L"bc", L"ca", L"cb"}));
-  // Length 1 lists every character, the first included.
-  EXPECT_EQ(words(L"abc", 1), (std::vector<CStringW>{L"a", L"b", L"c"}));
-  // Length equal to the alphabet: all permutations.
-  EXPECT_EQ(words(L"abc", 3), (std::vector<CStringW>{L"abc", L"acb", L"bac", L"bca", L"cab", L"cba"}));
-  // Nothing for length 0, a length above the alphabet's (also far above:
-  // every call ends), an empty or a null alphabet.
-  EXPECT_TRUE(words(L"abc", 0).empty());
-  EXPECT_TRUE(words(L"abc", -2).empty());
-  EXPECT_TRUE(words(L"abc", 4).empty());
-  EXPECT_TRUE(words(L"abc", 40).empty());
-  EXPECT_TRUE(words(L"", 1).empty());
-  EXPECT_TRUE(words(nullptr, 1).empty());
-  // Repeated characters are different positions, so variants repeat.
-  EXPECT_EQ(words(L"aab", 2), (std::vector<CStringW>{L"aa", L"ab", L"aa", L"ab", L"ba", L"ba"}));
-  // Wide characters stay whole.
-  EXPECT_EQ(words(L"\u00e9\U0001F600", 2), (std::vector<CStringW>{L"\u00e9\U0001F600", L"\U0001F600\u00e9"}));
+Words words(const wchar_t* alphabet, int length, int times = 1) {
+  Words v;
+  for (int i = 0; i < times; ++i) EXPECT_EQ(COrvekGlobals::GetStringVariants(alphabet, length, &v), S_OK);
+  return v;
+}
 
-  std::vector<CStringW> twice;
-  EXPECT_EQ(COrvekGlobals::GetStringVariants(L"xy", 2, &twice), S_OK);
-  EXPECT_EQ(COrvekGlobals::GetStringVariants(L"xy", 2, &twice), S_OK);
-  EXPECT_EQ(twice, (std::vector<CStringW>{L"xy", L"yx", L"xy", L"yx"}));
+// Orders in lexicographic order, appended (twice gives the list twice); bad input appends nothing.
+TEST(Variants, PlaceAndStringVariants) {
+  EXPECT_EQ(places(3), (Orders{{0, 1, 2}, {0, 2, 1}, {1, 0, 2}, {1, 2, 0}, {2, 0, 1}, {2, 1, 0}}));
+  EXPECT_EQ(places(0), (Orders{{}}));
+  EXPECT_EQ(places(1), (Orders{{0}}));
+  EXPECT_EQ(places(2, 2), (Orders{{0, 1}, {1, 0}, {0, 1}, {1, 0}}));
+  const Orders five = places(5);
+  EXPECT_EQ(five.size(), 120u);
+  EXPECT_TRUE(std::is_sorted(five.begin(), five.end()));
+  EXPECT_EQ(std::set<std::vector<int>>(five.begin(), five.end()).size(), 120u);
+  EXPECT_TRUE(places(-1).empty());
+  EXPECT_EQ(COrvekGlobals::GetPlaceVariants(3, nullptr), S_OK);
+
+  EXPECT_EQ(words(L"abc", 2), (Words{L"ab", L"ac", L"ba", L"bc", L"ca", L"cb"}));
+  EXPECT_EQ(words(L"abc", 1), (Words{L"a", L"b", L"c"}));
+  EXPECT_EQ(words(L"abc", 3), (Words{L"abc", L"acb", L"bac", L"bca", L"cab", L"cba"}));
+  // Nothing for length 0, a length above the alphabet's (also far above), an empty or a null alphabet.
+  for (const auto& [alphabet, length] :
+       {std::pair<const wchar_t*, int>{L"abc", 0}, {L"abc", -2}, {L"abc", 4}, {L"abc", 40}, {L"", 1}, {nullptr, 1}})
+    EXPECT_TRUE(words(alphabet, length).empty()) << length;
+  // Repeated characters are different positions, so variants repeat; wide characters stay whole.
+  EXPECT_EQ(words(L"aab", 2), (Words{L"aa", L"ab", L"aa", L"ab", L"ba", L"ba"}));
+  EXPECT_EQ(words(L"\u00e9\U0001F600", 2), (Words{L"\u00e9\U0001F600", L"\U0001F600\u00e9"}));
+  EXPECT_EQ(words(L"xy", 2, 2), (Words{L"xy", L"yx", L"xy", L"yx"}));
   EXPECT_EQ(words(L"abcdef", 3).size(), 120u);
   EXPECT_EQ(COrvekGlobals::GetStringVariants(L"abc", 2, nullptr), S_OK);
 }
 
-// Counts whose variants no memory can hold are refused at once, and the
-// list is left as it was.
+// Counts whose variants no memory can hold are refused at once, the list left as it was.
 TEST(Variants, CountsBeyondMemoryAreRefused) {
   std::vector<std::vector<int>> places(1);
   EXPECT_EQ(E_OUTOFMEMORY, COrvekGlobals::GetPlaceVariants(20, &places));

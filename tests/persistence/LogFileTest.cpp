@@ -1,5 +1,4 @@
 #include <dlfcn.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
@@ -12,7 +11,7 @@
 #include <orvek/platform/core/Kernel.h>
 #include <orvek/platform/core/Module.h>
 
-#include "Files.h"
+#include <support/TestFiles.h>
 
 namespace {
 
@@ -76,8 +75,7 @@ TEST(LogFile, HeadLinesAndClose) {
   const bool headOk = text.find(head + "Log started:\t" + timeText(before) + "\r\n\r\n") == 0 ||
                       text.find(head + "Log started:\t" + timeText(after) + "\r\n\r\n") == 0;
   EXPECT_TRUE(headOk) << text;
-  // One stamp per text: LF becomes CR LF, CR LF becomes CR CR LF. Then a
-  // blank line, the closing line and one more blank line.
+  // One stamp per text: LF becomes CR LF, CR LF becomes CR CR LF; then a blank, the closing line and a blank.
   const std::vector<std::string> lines = body(text);
   ASSERT_EQ(8u, lines.size());
   const char* const texts[] = {"a", "b", "c\r", "d", ""};
@@ -102,7 +100,7 @@ TEST(LogFile, HeadLinesAndClose) {
 }
 
 TEST(LogFile, ModuleFolderAndVersion) {
-  // This test program has no version of its own.
+  // This test program has no version of its own until it registers one.
   Dl_info info{};
   ASSERT_NE(0, dladdr(reinterpret_cast<void*>(&modulePath), &info));
   const HINSTANCE program = info.dli_fbase;
@@ -110,9 +108,7 @@ TEST(LogFile, ModuleFolderAndVersion) {
   const std::string name = "orvek-log-" + std::to_string(::getpid()) + ".log";
   const std::string log = path.substr(0, path.rfind('/') + 1) + name;  // beside the module
   for (const char* version : {"0.0.0.0", "2.3.4.5"}) {
-    if (version[0] == '2') {
-      ASSERT_TRUE(OrvekRegisterModuleVersion(program, 2, 3, 4, 5));
-    }
+    if (version[0] == '2') ASSERT_TRUE(OrvekRegisterModuleVersion(program, 2, 3, 4, 5));
     {
       CLogFile file;
       ASSERT_EQ(S_OK, file.Init(wide(name), L"T", program));
@@ -120,17 +116,21 @@ TEST(LogFile, ModuleFolderAndVersion) {
     EXPECT_EQ(0u, readFile(log).find("T\r\nModule path:\t" + path + "\r\nModule version:\t" + version + "\r\n"));
   }
   ::unlink(log.c_str());
-  // A log that cannot be made leaves the object closed.
+  // A log that cannot be made leaves the object closed; a full device raises out of Init.
   CLogFile file;
   EXPECT_EQ(E_FAIL, file.Init(L"no/such/folder.log", L"T", program));
   EXPECT_EQ(E_FAIL, file.Init(nullptr, L"T", program));
   EXPECT_EQ(E_PENDING, file.AddString(L"x"));
+  ScratchDir dir;
+  ASSERT_EQ(0, ::symlink("/dev/full", (dir / "full.log").c_str()));
+  EXPECT_TRUE(raisesDiskFull([&] { (void)file.Init(L"full.log", wide(dir.path()), L"title", program); }));
+  EXPECT_EQ(E_PENDING, file.AddString(L"x"));
+  EXPECT_EQ(S_OK, file.Close());
 }
 
 TEST(LogFile, StampsFromTheTickCounter) {
   ScratchDir dir;
-  // 1 h 2 min 3.004 s; beyond 100 hours; across the wrap of the counter,
-  // where the time is one less than the plain difference.
+  // 1 h 2 min 3.004 s; beyond 100 hours; across the counter's wrap, one less than the plain difference.
   const struct {
     DWORD jump;
     const char* prefix;
@@ -184,18 +184,4 @@ TEST(LogFile, EightThreadsKeepEveryLineWhole) {
     ASSERT_TRUE(t >= 0 && t < kThreads) << lines[n];
     EXPECT_EQ("thread " + std::to_string(t) + " line " + std::to_string(next[t]++), lines[n].substr(13));
   }
-}
-
-TEST(LogFile, FullDiskRaisesAndLeavesItClosed) {
-  ScratchDir dir;
-  ASSERT_EQ(0, ::symlink("/dev/full", (dir / "full.log").c_str()));
-  CLogFile log;
-  try {
-    (void)log.Init(L"full.log", wide(dir.path()), L"title", OrvekGetModuleHandle());  // raises instead
-    ADD_FAILURE() << "no exception";
-  } catch (const CFileException& e) {
-    EXPECT_EQ(CFileException::diskFull, e.m_cause);
-  }
-  EXPECT_EQ(E_PENDING, log.AddString(L"x"));
-  EXPECT_EQ(S_OK, log.Close());
 }

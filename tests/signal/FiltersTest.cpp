@@ -27,8 +27,7 @@ V Filtered(int window, const V& v) {
   return Filtered(f, v);
 }
 
-// Feeds the stream in blocks: whole (0), of a fixed length, or of random
-// lengths up to -split, empty calls among them.
+// Feeds the stream in blocks: whole (0), of a fixed length, or of random lengths up to -split (some empty).
 template <typename Filter>
 V InBlocks(Filter& f, V v, int split, std::mt19937& rng) {
   for (std::size_t i = 0; i < v.size();) {
@@ -66,8 +65,7 @@ TEST(Filters, DelayAndMaximum) {
   }
 }
 
-// The median as the plain exchange sort of the window in storage order gives
-// it, without any shortcut.
+// The median as a plain exchange sort of the window in storage order gives it.
 V ReferenceMedian(int window, const V& in) {
   V ring(window, 0.0f), sorted, out;
   int pos = 0;
@@ -83,8 +81,7 @@ V ReferenceMedian(int window, const V& in) {
   return out;
 }
 
-// Segments of ties with zeros of both signs and infinities, of plain noise,
-// and of noise with a short burst of NaN, the rest of it free of them.
+// Segments of ties (zeros of both signs, infinities), of noise, and of noise with a short burst of NaN.
 V MedianStream(std::mt19937& rng, int length) {
   const float inf = std::numeric_limits<float>::infinity();
   const float pool[] = {-0.0f, 0.0f, -0.0f, 0.0f, 1.0f, -1.0f, 2.5f, -2.5f, inf, -inf};
@@ -142,37 +139,19 @@ constexpr float kInf = std::numeric_limits<float>::infinity();
 
 // Bad sizes, null blocks and samples that are no number, for each filter.
 TEST(Filters, HostileSizesBlocksAndSamples) {
-  CDlyLine<float> dly;
-  CMaxFilter<float> mx;
-  CMedFilter<float> med;
-  float block[6] = {kNaN, kInf, -kInf, 1, kNaN, -0.0f};
-  for (int size : {0, -1, INT_MIN}) {
-    EXPECT_EQ(dly.Create(size), E_INVALIDARG);
-    EXPECT_EQ(mx.Create(size), E_INVALIDARG);
-    EXPECT_EQ(med.Create(size), E_INVALIDARG);
-  }
-  EXPECT_EQ(dly.ProcessI(block, 6), E_FAIL);  // before Create, the block untouched
-  EXPECT_TRUE(std::isnan(block[0]));
-  EXPECT_EQ(block[1], kInf);
-  EXPECT_EQ(mx.ProcessI(block, 6), E_FAIL);
-  EXPECT_EQ(med.ProcessI(block, 6), E_FAIL);
-  ASSERT_EQ(dly.Create(1), S_OK);
-  ASSERT_EQ(mx.Create(2), S_OK);
-  ASSERT_EQ(med.Create(3), S_OK);
-  for (int c : {-1, INT_MIN, 0}) {
-    EXPECT_EQ(dly.ProcessI(nullptr, c), S_OK);
-    EXPECT_EQ(mx.ProcessI(block, c), S_OK);
-  }
-  EXPECT_EQ(dly.ProcessI(nullptr, 1), E_POINTER);
-  EXPECT_EQ(mx.ProcessI(nullptr, 1), E_POINTER);
-  EXPECT_EQ(med.ProcessI(nullptr, 1), E_POINTER);
-  float d[6], m[6], e[6];
-  std::copy(block, block + 6, d);
-  std::copy(block, block + 6, m);
-  std::copy(block, block + 6, e);
-  EXPECT_EQ(dly.ProcessI(d, 6), S_OK);
-  EXPECT_EQ(mx.ProcessI(m, 6), S_OK);
-  EXPECT_EQ(med.ProcessI(e, 6), S_OK);
+  const V block = {kNaN, kInf, -kInf, 1, kNaN, -0.0f};
+  const auto hostile = [&](auto&& f, int window) {
+    for (int size : {0, -1, INT_MIN}) EXPECT_EQ(f.Create(size), E_INVALIDARG) << size;
+    V v = block;
+    EXPECT_EQ(f.ProcessI(v.data(), 6), E_FAIL);  // before Create, the block untouched
+    EXPECT_EQ(std::memcmp(v.data(), block.data(), sizeof(float) * 6), 0);
+    EXPECT_EQ(f.Create(window), S_OK);
+    for (int c : {-1, INT_MIN, 0}) EXPECT_EQ(f.ProcessI(nullptr, c) | f.ProcessI(v.data(), c), S_OK) << c;
+    EXPECT_EQ(f.ProcessI(nullptr, 1), E_POINTER);
+    EXPECT_EQ(f.ProcessI(v.data(), 6), S_OK);
+    return v;
+  };
+  const V d = hostile(CDlyLine<float>(), 1), m = hostile(CMaxFilter<float>(), 2), e = hostile(CMedFilter<float>(), 3);
   EXPECT_EQ(d[0], 0.0f);
   EXPECT_TRUE(std::isnan(d[1]));
   EXPECT_EQ(d[2], kInf);

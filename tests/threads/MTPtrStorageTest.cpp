@@ -56,21 +56,19 @@ TEST(MTPtrStorage, HandlesLocksAndCleanUp) {
   ASSERT_EQ(Storage::AddPtr(&a, &h0), S_OK);
   ASSERT_EQ(Storage::AddPtr(&b, &h1), S_OK);
   ASSERT_EQ(Storage::AddPtr(&a, &h2), S_OK);  // the same object twice: two entries
-  EXPECT_EQ(h0, 0);
-  EXPECT_EQ(h1, 1);
-  EXPECT_EQ(h2, 2);
+  EXPECT_EQ((std::vector<int>{h0, h1, h2}), (std::vector<int>{0, 1, 2}));
 
   void* p = &a;
-  CCriticalSection* cs = nullptr;
-  EXPECT_EQ(Storage::GetPtr(-1, &p), ERROR_INVALID_INDEX);
-  EXPECT_EQ(p, nullptr);
-  EXPECT_EQ(Storage::GetPtr(3, &p), ERROR_INVALID_INDEX);
+  for (int bad : {-1, 3}) {
+    CCriticalSection* cs = nullptr;
+    p = &a;
+    EXPECT_EQ(Storage::GetPtr(bad, &p), ERROR_INVALID_INDEX);
+    EXPECT_EQ(Storage::GetCriticalSection(bad, &cs), ERROR_INVALID_INDEX);
+    EXPECT_EQ(std::make_pair(p, cs), (std::pair<void*, CCriticalSection*>())) << bad;
+    EXPECT_EQ(Storage::RemovePtr(bad), E_FAIL);
+  }
   EXPECT_EQ(Storage::GetPtr(0, nullptr), E_POINTER);
-  EXPECT_EQ(Storage::GetCriticalSection(3, &cs), ERROR_INVALID_INDEX);
-  EXPECT_EQ(cs, nullptr);
   EXPECT_EQ(Storage::GetCriticalSection(0, nullptr), E_POINTER);
-  EXPECT_EQ(Storage::RemovePtr(-1), E_FAIL);
-  EXPECT_EQ(Storage::RemovePtr(3), E_FAIL);
   EXPECT_EQ(Storage::GetPtr(h1, &p), S_OK);
   EXPECT_EQ(p, &b);
 
@@ -80,8 +78,7 @@ TEST(MTPtrStorage, HandlesLocksAndCleanUp) {
     void* q = &a;
     CMTPtrLock none(-1, &p);
     CMTPtrLock past(3, &q);
-    EXPECT_EQ(p, nullptr);
-    EXPECT_EQ(q, nullptr);
+    EXPECT_EQ(std::make_pair(p, q), (std::pair<void*, void*>()));
     EXPECT_EQ(refCount(), refs + 2);
     for (int wild : {INT_MIN, INT_MAX}) {
       void* w = &a;
@@ -89,8 +86,7 @@ TEST(MTPtrStorage, HandlesLocksAndCleanUp) {
       EXPECT_EQ(w, nullptr) << wild;
       lock.RemoveObjectFromStorage();  // holds no entry: nothing to clear
     }
-    // Made when its handle was invalid, it must not clear the entry that
-    // takes that handle later.
+    // Made when its handle was invalid, it must not clear the entry that takes that handle later.
     int h3;
     ASSERT_EQ(Storage::AddPtr(&b, &h3), S_OK);
     ASSERT_EQ(h3, 3);
@@ -116,8 +112,7 @@ TEST(MTPtrStorage, HandlesLocksAndCleanUp) {
     owner.RemoveObjectFromStorage();  // nothing new
   }
   {
-    // Without a place for the pointer nothing is locked: another thread gets
-    // the entry at once.
+    // Without a place for the pointer nothing is locked: another thread gets the entry at once.
     CMTPtrLock blind(h1, nullptr);
     EXPECT_EQ(std::async(std::launch::async,
                          [h1] {
@@ -144,8 +139,7 @@ TEST(MTPtrStorage, HandlesLocksAndCleanUp) {
   EXPECT_EQ(Storage::AddPtr(&a, &h), S_OK);
   EXPECT_EQ(h, 4);
 
-  // CleanUp frees every entry (an entry, record and lock, takes well over
-  // 64 bytes); the handles start again at 0.
+  // CleanUp frees every entry (each takes well over 64 bytes); the handles start again at 0.
   for (int i = 0; i < 2000; ++i) ASSERT_EQ(S_OK, Storage::AddPtr(&b, &h));
   const std::size_t withEntries = allocatedBytes();
   Storage::CleanUp();
@@ -154,8 +148,7 @@ TEST(MTPtrStorage, HandlesLocksAndCleanUp) {
   EXPECT_EQ(Storage::GetPtr(h1, &p), ERROR_INVALID_INDEX);
   EXPECT_EQ(Storage::AddPtr(&b, &h), S_OK);
   EXPECT_EQ(h, 0);
-  EXPECT_EQ(a, 1);  // the objects are not the storage's
-  EXPECT_EQ(b, 2);
+  EXPECT_EQ(a * 10 + b, 12);  // the objects are not the storage's
 }
 
 TEST(MTPtrStorage, WaiterDuringRemovalGetsNullNeverTheOldPointer) {
@@ -174,8 +167,7 @@ TEST(MTPtrStorage, WaiterDuringRemovalGetsNullNeverTheOldPointer) {
         void* q;
         CMTPtrLock l(h, &q);
         gotPointer = q != nullptr;
-        // A pointer handed out here would be freed memory: AddressSanitizer
-        // catches the read.
+        // A pointer handed out here would be freed memory: AddressSanitizer catches the read.
         if (q) value = *static_cast<int*>(q);
       });
       // The waiter has entered its lock object before the owner removes.
@@ -205,8 +197,7 @@ struct Shared {
 }  // namespace
 
 TEST(MTPtrStorage, StorageAndResourceLockUnderLoad) {
-  constexpr int kThreads = 8;
-  constexpr int kSlots = 64;
+  constexpr int kThreads = 8, kSlots = 64;
   int first;
   {
     Shared* probe = new Shared;
@@ -220,11 +211,9 @@ TEST(MTPtrStorage, StorageAndResourceLockUnderLoad) {
   std::vector<std::atomic<int>> slots(kSlots);
   for (auto& s : slots) s = first;
   std::atomic<int> highest{first};
-
   CResourceLock resource;
   long guarded = 0;  // only touched while owning `resource`
-  std::atomic<long> guardedExpected{0};
-  std::atomic<long> bad{0};
+  std::atomic<long> guardedExpected{0}, bad{0};
   std::atomic<bool> stop{false};
 
   auto body = [&](unsigned seed) {
@@ -291,8 +280,7 @@ TEST(MTPtrStorage, StorageAndResourceLockUnderLoad) {
   stop = true;
   for (auto& t : threads) t.join();
 
-  EXPECT_EQ(bad, 0);
-  EXPECT_EQ(guarded, guardedExpected);
+  EXPECT_EQ(std::make_pair(bad.load(), guarded), std::make_pair(0L, guardedExpected.load()));
   EXPECT_GT(guardedExpected, 1000);
   EXPECT_GT(highest - first, 1000);
   // Every object still registered is deleted once, through its handle.

@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstdio>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -43,13 +44,10 @@ TEST(Thread, SuspendedStartRunsOnlyAfterResume) {
   EXPECT_NE(tid, 0u);
   EXPECT_EQ(GetThreadId(h), tid);
   EXPECT_EQ(WaitForSingleObject(h, 80), WAIT_TIMEOUT);
-  EXPECT_EQ(g_bodyRuns.load(), 0);
-  EXPECT_EQ(exitCode(h), STILL_ACTIVE);
-
+  EXPECT_EQ(std::make_pair(g_bodyRuns.load(), exitCode(h)), std::make_pair(0, DWORD(STILL_ACTIVE)));
   EXPECT_EQ(ResumeThread(h), 1u);
   ASSERT_EQ(WaitForSingleObject(h, 5000), WAIT_OBJECT_0);
-  EXPECT_EQ(g_bodyRuns.load(), 1);
-  EXPECT_EQ(exitCode(h), 42u);
+  EXPECT_EQ(std::make_pair(g_bodyRuns.load(), exitCode(h)), std::make_pair(1, 42u));
   // The handle of an ended thread stays signalled; it can no longer be resumed.
   EXPECT_EQ(WaitForSingleObject(h, 0), WAIT_OBJECT_0);
   EXPECT_EQ(ResumeThread(h), 0u);
@@ -74,11 +72,10 @@ TEST(Thread, AbandonedStartNeverRunsTheBody) {
   ASSERT_NE(h, nullptr);
   EXPECT_TRUE(TerminateThread(h, 77));
   ASSERT_EQ(WaitForSingleObject(h, 5000), WAIT_OBJECT_0);
-  EXPECT_EQ(exitCode(h), 77u);
-  EXPECT_EQ(ResumeThread(h), 0u);
+  EXPECT_EQ(std::make_pair(exitCode(h), ResumeThread(h)), std::make_pair(77u, 0u));
   EXPECT_TRUE(CloseHandle(h));
 
-  // Closing the only handle of a never-resumed thread abandons it too: the thread goes away without running.
+  // Closing the only handle of a never-resumed thread abandons it too: it goes away without running.
   DWORD tid = 0;
   h = CreateThread(nullptr, 0, countingBody, nullptr, CREATE_SUSPENDED, &tid);
   ASSERT_NE(h, nullptr);
@@ -87,8 +84,7 @@ TEST(Thread, AbandonedStartNeverRunsTheBody) {
   const auto start = std::chrono::steady_clock::now();
   while (taskExists(tid) && std::chrono::steady_clock::now() - start < std::chrono::seconds(5))
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  EXPECT_FALSE(taskExists(tid));
-  EXPECT_EQ(g_bodyRuns.load(), 0);
+  EXPECT_EQ(std::make_pair(taskExists(tid), g_bodyRuns.load()), std::make_pair(false, 0));
 
   // A running thread cannot be stopped from outside.
   std::atomic<bool> stop{false};
@@ -171,12 +167,9 @@ TEST(MessageQueue, PostsReachTheThreadUntilQuit) {
   ASSERT_TRUE(PostThreadMessageW(tid, WM_QUIT, 9, 0));
   ASSERT_EQ(WaitForSingleObject(h, 5000), WAIT_OBJECT_0);
   EXPECT_EQ(exitCode(h), 0u);
-  ASSERT_EQ(r.messages.size(), 3u);
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(r.messages[i].message, WM_USER + 1 + i);
-    EXPECT_EQ(r.messages[i].wParam, static_cast<WPARAM>(i + 1));
-    EXPECT_EQ(r.messages[i].lParam, -(i + 1));
-  }
+  std::vector<std::tuple<UINT, WPARAM, LPARAM>> got;
+  for (const MSG& m : r.messages) got.emplace_back(m.message, m.wParam, m.lParam);
+  EXPECT_EQ(got, (decltype(got){{WM_USER + 1, 1, -1}, {WM_USER + 2, 2, -2}, {WM_USER + 3, 3, -3}}));
   EXPECT_EQ(r.quitCode, 9u);
   // The queue went with the thread.
   EXPECT_FALSE(PostThreadMessageW(tid, WM_USER, 0, 0));
@@ -200,8 +193,7 @@ TEST(MessageQueue, PeekFiltersAndOwnQueue) {
     EXPECT_EQ(GetMessageW(nullptr, nullptr, 0, 0), -1);
     PostQuitMessage(3);
     EXPECT_EQ(GetMessageW(&m, nullptr, 0, 0), 0);
-    EXPECT_EQ(m.message, WM_QUIT);
-    EXPECT_EQ(m.wParam, 3u);
+    EXPECT_EQ(std::make_pair(m.message, m.wParam), std::make_pair(UINT(WM_QUIT), WPARAM(3)));
   }).join();
 }
 
@@ -256,8 +248,8 @@ TEST(Wait, FirstSignalledInListOrderWinsAndOnlyItIsConsumed) {
   EXPECT_EQ(WaitForMultipleObjects(3, e, TRUE, 0), WAIT_TIMEOUT);
   SetEvent(e[1]);
   EXPECT_EQ(WaitForMultipleObjects(3, e, TRUE, 0), WAIT_OBJECT_0);
-  EXPECT_EQ(WaitForSingleObject(e[0], 0), WAIT_TIMEOUT);
-  EXPECT_EQ(WaitForSingleObject(e[2], 0), WAIT_OBJECT_0);
+  EXPECT_EQ(std::make_pair(WaitForSingleObject(e[0], 0), WaitForSingleObject(e[2], 0)),
+            std::make_pair(DWORD(WAIT_TIMEOUT), DWORD(WAIT_OBJECT_0)));
 
   for (HANDLE h : e) EXPECT_TRUE(CloseHandle(h));
 }
@@ -272,15 +264,13 @@ TEST(Wait, TimeoutsAndBadHandles) {
 
   int notAnObject = 0;
   HANDLE bad[2] = {e, &notAnObject};
-  EXPECT_EQ(WaitForMultipleObjects(2, bad, FALSE, 0), WAIT_FAILED);
-  EXPECT_EQ(WaitForMultipleObjects(0, bad, FALSE, 0), WAIT_FAILED);
-  EXPECT_EQ(WaitForMultipleObjects(1, nullptr, FALSE, 0), WAIT_FAILED);
+  for (const auto& [count, list] : {std::pair<DWORD, HANDLE*>{2, bad}, {0, bad}, {1, nullptr}})
+    EXPECT_EQ(WaitForMultipleObjects(count, list, FALSE, 0), WAIT_FAILED) << count;
   EXPECT_EQ(WaitForSingleObject(nullptr, 0), WAIT_FAILED);
   EXPECT_FALSE(SetEvent(&notAnObject));
 
   EXPECT_TRUE(CloseHandle(e));
-  // A closed handle is no longer an object.
-  EXPECT_FALSE(CloseHandle(e));
+  EXPECT_FALSE(CloseHandle(e));  // a closed handle is no longer an object
   EXPECT_EQ(WaitForSingleObject(e, 0), WAIT_FAILED);
   EXPECT_FALSE(CloseHandle(INVALID_HANDLE_VALUE));
 }
@@ -360,11 +350,10 @@ TEST(WaitableTimer, OneShotFiresOnce) {
   ASSERT_TRUE(SetWaitableTimer(m, &later, 0, nullptr, nullptr, FALSE));
   EXPECT_EQ(WaitForSingleObject(m, 0), WAIT_TIMEOUT);
 
-  // Bad input is refused.
-  EXPECT_FALSE(SetWaitableTimer(t, nullptr, 0, nullptr, nullptr, FALSE));
-  EXPECT_FALSE(SetWaitableTimer(t, &due, -1, nullptr, nullptr, FALSE));
-  HANDLE e = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-  EXPECT_FALSE(SetWaitableTimer(e, &due, 0, nullptr, nullptr, FALSE));
+  HANDLE e = CreateEventW(nullptr, FALSE, FALSE, nullptr);  // bad input is refused
+  EXPECT_FALSE(SetWaitableTimer(t, nullptr, 0, nullptr, nullptr, FALSE) ||
+               SetWaitableTimer(t, &due, -1, nullptr, nullptr, FALSE) ||
+               SetWaitableTimer(e, &due, 0, nullptr, nullptr, FALSE));
 
   // Timer and event in one list: the earlier entry wins when both are set.
   ASSERT_TRUE(SetWaitableTimer(t, &past, 0, nullptr, nullptr, FALSE));
@@ -387,9 +376,8 @@ TEST(Ticks, OffsetSeamReachesTheWrap) {
   const DWORD now = GetTickCount();
   OrvekSetTickCountOffset(0);
   EXPECT_GT(start, 0xFFFFFF00u);
-  EXPECT_LT(now, start);  // wrapped
-  // Unsigned difference still gives the time that passed.
-  EXPECT_GE(static_cast<DWORD>(now - start), 80u);
+  EXPECT_LT(now, start);                            // wrapped
+  EXPECT_GE(static_cast<DWORD>(now - start), 80u);  // the unsigned difference is still the time passed
   EXPECT_LT(static_cast<DWORD>(now - start), 60000u);
   EXPECT_LT(static_cast<DWORD>(GetTickCount() - before), 60000u);
 }

@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -56,11 +58,10 @@ TEST(Utf8, ConvertersFollowTheHostCountingRules) {
   EXPECT_EQ(WideCharToMultiByte(CP_ACP, 0, w, -1, n, 3, nullptr, nullptr), 0);
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
   EXPECT_EQ(std::string(n, 3), "\xc3\xa9t");
-  // Bad input.
-  EXPECT_EQ(MultiByteToWideChar(CP_ACP, 0, nullptr, -1, w, 4), 0);
-  EXPECT_EQ(MultiByteToWideChar(CP_ACP, 0, "a", 0, w, 4), 0);
-  EXPECT_EQ(MultiByteToWideChar(CP_ACP, 0, "a", -2, w, 4), 0);
-  EXPECT_EQ(MultiByteToWideChar(CP_ACP, 0, "a", 1, nullptr, 4), 0);
+  // Bad input: no text, a length of 0 or below -1, no room.
+  for (const auto& [text, length, out] :
+       {std::tuple<const char*, int, wchar_t*>{nullptr, -1, w}, {"a", 0, w}, {"a", -2, w}, {"a", 1, nullptr}})
+    EXPECT_EQ(MultiByteToWideChar(CP_ACP, 0, text, length, out, 4), 0) << length;
   EXPECT_EQ(WideCharToMultiByte(CP_ACP, 0, L"a", 1, n, -1, nullptr, nullptr), 0);
 }
 
@@ -74,8 +75,7 @@ TEST(CString, ConversionAcrossWidthsAndNullText) {
   const CStringW w(L"\u00e9t\u00e9 \U0001F600");
   CStringA a(w);
   EXPECT_EQ(a, "\xc3\xa9t\xc3\xa9 \xf0\x9f\x98\x80");
-  EXPECT_EQ(a.GetLength(), 10);
-  EXPECT_EQ(w.GetLength(), 5);
+  EXPECT_EQ(std::make_pair(a.GetLength(), w.GetLength()), std::make_pair(10, 5));
   CStringW back;
   back = a;
   EXPECT_EQ(back, w);
@@ -95,11 +95,9 @@ TEST(CString, FormatAndBuffers) {
   EXPECT_EQ(w, L"-5-007 \u00e9 1.50|ff");
   // Longer than any small first buffer, in both widths.
   w.Format(L"<%ls>", std::wstring(5000, L'w').c_str());
-  EXPECT_EQ(w.GetLength(), 5002);
   CStringA a;
   a.Format("%s%d", std::string(3000, 'n').c_str(), 12);
-  EXPECT_EQ(a.GetLength(), 3002);
-  EXPECT_EQ(a.Right(3), "n12");
+  EXPECT_EQ(std::make_tuple(w.GetLength(), a.GetLength(), a.Right(3)), std::make_tuple(5002, 3002, CStringA("n12")));
   // A conversion the C library cannot make leaves the text as it was, at once.
   w = L"kept";
   w.Format(L"%s", "\xc3\xa9");
@@ -119,24 +117,16 @@ TEST(CString, FormatAndBuffers) {
 
 TEST(CString, EditingAndSearchingClampsOutOfRangeArguments) {
   CStringW s(L"hello world");
-  EXPECT_EQ(s.Find(L'o', 5), 7);
-  EXPECT_EQ(s.Find(L'o', 99), -1);
-  EXPECT_EQ(s.Find(L"wor"), 6);
-  EXPECT_EQ(s.Find(static_cast<const wchar_t*>(nullptr)), -1);
-  EXPECT_EQ(s.ReverseFind(L'o'), 7);
-  EXPECT_EQ(s.Left(-1), L"");
-  EXPECT_EQ(s.Left(99), s);
-  EXPECT_EQ(s.Right(5), L"world");
-  EXPECT_EQ(s.Mid(6, 2), L"wo");
-  EXPECT_EQ(s.Mid(99), L"");
-  EXPECT_EQ(s.Mid(-3, 2), L"he");
-  EXPECT_EQ(s.Insert(5, L","), 12);
-  EXPECT_EQ(s.Insert(99, L'!'), 13);
+  using I = std::vector<int>;
+  using W = std::vector<CStringW>;
+  EXPECT_EQ((I{s.Find(L'o', 5), s.Find(L'o', 99), s.Find(L"wor"), s.Find(static_cast<const wchar_t*>(nullptr)),
+               s.ReverseFind(L'o')}),
+            (I{7, -1, 6, -1, 7}));
+  EXPECT_EQ((W{s.Left(-1), s.Left(99), s.Right(5), s.Mid(6, 2), s.Mid(99), s.Mid(-3, 2)}),
+            (W{L"", s, L"world", L"wo", L"", L"he"}));
+  EXPECT_EQ((I{s.Insert(5, L","), s.Insert(99, L'!')}), (I{12, 13}));
   EXPECT_EQ(s, L"hello, world!");
-  EXPECT_EQ(s.Delete(5, 1), 12);
-  EXPECT_EQ(s.Delete(11, 50), 11);
-  EXPECT_EQ(s.Delete(99, 1), 11);
-  EXPECT_EQ(s.Replace(L"o", L"00"), 2);
+  EXPECT_EQ((I{s.Delete(5, 1), s.Delete(11, 50), s.Delete(99, 1), s.Replace(L"o", L"00")}), (I{12, 11, 11, 2}));
   EXPECT_EQ(s, L"hell00 w00rld");
   EXPECT_EQ(s.Replace(L"", L"x"), 0);
 
@@ -144,9 +134,7 @@ TEST(CString, EditingAndSearchingClampsOutOfRangeArguments) {
   t.Trim();
   EXPECT_EQ(t, "Mixed Case");
   EXPECT_EQ(CStringA(t).MakeUpper(), "MIXED CASE");
-  EXPECT_EQ(t.CompareNoCase("mixed CASE"), 0);
-  EXPECT_LT(t.CompareNoCase("mixed cases"), 0);
-  EXPECT_GT(t.CompareNoCase("mixed"), 0);
+  EXPECT_TRUE(t.CompareNoCase("mixed CASE") == 0 && t.CompareNoCase("mixed cases") < 0 && t.CompareNoCase("mixed") > 0);
 }
 
 TEST(CStringArray, ElementsKeepTheirAddressesWhileItGrows) {

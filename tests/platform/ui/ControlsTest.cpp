@@ -9,6 +9,7 @@
 #include <QTabBar>
 
 #include <climits>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -74,30 +75,25 @@ TEST_F(Controls, SliderTellsEveryUserMoveAndNoProgramMove) {
   QTest::mouseRelease(q, Qt::LeftButton, {}, QPoint(155, y));
   ASSERT_GE(panel.scrolls.size(), 5u);
   const auto& drop = panel.scrolls[panel.scrolls.size() - 2];
-  EXPECT_EQ(TB_THUMBPOSITION, drop.code);
-  EXPECT_EQ(TB_ENDTRACK, panel.scrolls.back().code);
+  EXPECT_EQ(std::make_pair(drop.code, panel.scrolls.back().code),
+            std::make_pair(UINT(TB_THUMBPOSITION), UINT(TB_ENDTRACK)));
   int last = -1;
   for (std::size_t i = 0; i + 2 < panel.scrolls.size(); ++i) {
     const auto& m = panel.scrolls[i];
-    EXPECT_EQ(TB_THUMBTRACK, m.code);
-    EXPECT_EQ(3, m.id);
-    EXPECT_EQ(static_cast<int>(m.pos), m.posNow);
+    EXPECT_EQ(std::make_tuple(m.code, m.id, static_cast<int>(m.pos)),
+              std::make_tuple(UINT(TB_THUMBTRACK), 3, m.posNow));
     EXPECT_GT(m.posNow, last);
     last = m.posNow;
   }
   EXPECT_GT(last, 100);
-  EXPECT_EQ(last, s.GetPos());
-  EXPECT_EQ(static_cast<UINT>(last), drop.pos);
-  // The click gave the slider the keyboard focus.
-  EXPECT_EQ(&s, CWnd::GetFocus());
-  EXPECT_EQ(s.m_hWnd, GetFocus());
+  EXPECT_EQ(std::make_pair(s.GetPos(), static_cast<int>(drop.pos)), std::make_pair(last, last));
+  EXPECT_EQ(std::make_pair(CWnd::GetFocus(), GetFocus()), std::make_pair<CWnd*>(&s, s.m_hWnd));  // the click's focus
 
   panel.scrolls.clear();
   QTest::keyClick(q, Qt::Key_Right);
   ASSERT_EQ(2u, panel.scrolls.size());
-  EXPECT_EQ(TB_LINEDOWN, panel.scrolls[0].code);
-  EXPECT_EQ(last + 1, panel.scrolls[0].posNow);
-  EXPECT_EQ(TB_ENDTRACK, panel.scrolls[1].code);
+  EXPECT_EQ(std::make_tuple(panel.scrolls[0].code, panel.scrolls[0].posNow, panel.scrolls[1].code),
+            std::make_tuple(UINT(TB_LINEDOWN), last + 1, UINT(TB_ENDTRACK)));
 
   // Bounds at the 32-bit limits: the page step is a fifth of the whole span.
   s.SetRange(INT_MIN, INT_MAX);
@@ -121,21 +117,17 @@ TEST_F(Controls, ManualCheckBoxTellsClicksAndKeepsItsMark) {
   manual.SetCheck(BST_CHECKED);  // no notification
   EXPECT_EQ(2u, panel.commands.size());
 
-  // The automatic kind toggles first, then tells.
-  QTest::mouseClick(automatic.GetQWidget(), Qt::LeftButton);
+  QTest::mouseClick(automatic.GetQWidget(), Qt::LeftButton);  // the automatic kind toggles first, then tells
   ASSERT_EQ(3u, panel.commands.size());
-  EXPECT_EQ(5, panel.commands[2].first);
-  EXPECT_EQ(BST_CHECKED, panel.checkNow);
+  EXPECT_EQ(std::make_pair(panel.commands[2].first, panel.checkNow), std::make_pair(5, int(BST_CHECKED)));
 }
 
 TEST_F(Controls, DropDownListTellsEveryChoiceAlsoOfTheSelectedEntry) {
   CComboBox combo;
   ASSERT_TRUE(combo.Create(WS_CHILD | WS_VISIBLE | CBS_DROPDOWNLIST, CRect(10, 120, 210, 320), &panel, 6));
-  EXPECT_EQ(0, combo.AddString(L"sine"));
-  EXPECT_EQ(1, combo.AddString(L"square"));
-  EXPECT_EQ(2, combo.AddString(L"noise"));
-  EXPECT_EQ(3, combo.GetCount());
-  EXPECT_EQ(-1, combo.GetCurSel());
+  EXPECT_EQ((std::vector<int>{combo.AddString(L"sine"), combo.AddString(L"square"), combo.AddString(L"noise"),
+                              combo.GetCount(), combo.GetCurSel()}),
+            (std::vector<int>{0, 1, 2, 3, -1}));
   CStringW text;
   combo.GetLBText(1, text);
   EXPECT_EQ(CStringW(L"square"), text);
@@ -143,10 +135,8 @@ TEST_F(Controls, DropDownListTellsEveryChoiceAlsoOfTheSelectedEntry) {
   combo.GetWindowRect(&box);
   EXPECT_LT(box.Height(), 200);  // the rest of the height is for the open list
 
-  EXPECT_EQ(CB_ERR, combo.SetCurSel(-1));
-  EXPECT_EQ(CB_ERR, combo.SetCurSel(3));
-  EXPECT_EQ(-1, combo.GetCurSel());
-  EXPECT_EQ(1, combo.SetCurSel(1));
+  EXPECT_EQ((std::vector<int>{combo.SetCurSel(-1), combo.SetCurSel(3), combo.GetCurSel(), combo.SetCurSel(1)}),
+            (std::vector<int>{CB_ERR, CB_ERR, -1, 1}));
   EXPECT_TRUE(panel.commands.empty());
 
   auto* q = static_cast<QComboBox*>(combo.GetQWidget());
@@ -163,26 +153,19 @@ TEST_F(Controls, DropDownListTellsEveryChoiceAlsoOfTheSelectedEntry) {
   EXPECT_EQ(std::make_pair(6, static_cast<int>(CBN_SELCHANGE)), panel.commands[0]);
   EXPECT_EQ(1, combo.GetCurSel());
   pick(2);
-  EXPECT_EQ(2u, panel.commands.size());
-  EXPECT_EQ(2, combo.GetCurSel());
-
+  EXPECT_EQ(std::make_pair(panel.commands.size(), combo.GetCurSel()), std::make_pair(std::size_t(2), 2));
   QTest::keyClick(q, Qt::Key_Up);
-  EXPECT_EQ(3u, panel.commands.size());
-  EXPECT_EQ(1, combo.GetCurSel());
+  EXPECT_EQ(std::make_pair(panel.commands.size(), combo.GetCurSel()), std::make_pair(std::size_t(3), 1));
 }
 
 TEST_F(Controls, TabsTellUserChangesAndReportTheMarginsTheyDraw) {
   CTabCtrl tab;
   ASSERT_TRUE(tab.Create(WS_CHILD | WS_VISIBLE, CRect(0, 0, 0, 0), &panel, 0));
   panel.tab = &tab;
-  EXPECT_EQ(0, tab.InsertItem(0, L"????"));
-  EXPECT_EQ(1, tab.InsertItem(1, L"Gain"));
-  EXPECT_EQ(2, tab.InsertItem(2, L"Filter"));
-  EXPECT_EQ(3, tab.GetItemCount());
-  EXPECT_EQ(0, tab.GetCurSel());
-  EXPECT_EQ(0, tab.SetCurSel(1));
-  EXPECT_EQ(-1, tab.SetCurSel(7));
-  EXPECT_EQ(1, tab.GetCurSel());
+  EXPECT_EQ(
+      (std::vector<int>{tab.InsertItem(0, L"????"), tab.InsertItem(1, L"Gain"), tab.InsertItem(2, L"Filter"),
+                        tab.GetItemCount(), tab.GetCurSel(), tab.SetCurSel(1), tab.SetCurSel(7), tab.GetCurSel()}),
+      (std::vector<int>{0, 1, 2, 3, 0, 0, -1, 1}));
   EXPECT_TRUE(panel.notes.empty());
 
   // The tab control is sized for a display area of 240 x 145.
@@ -196,8 +179,7 @@ TEST_F(Controls, TabsTellUserChangesAndReportTheMarginsTheyDraw) {
   tab.AdjustRect(FALSE, &back);
   EXPECT_EQ(CRect(dl, dt, dl + 240, dt + 145), back);
 
-  // What is drawn matches: the tab row lies above the display area, which
-  // is one plain surface with the frame just outside it.
+  // What is drawn matches: the tab row lies above the display area, one plain surface with the frame just outside.
   QWidget* w = tab.GetQWidget();
   auto* bar = w->findChild<QTabBar*>();
   ASSERT_NE(nullptr, bar);
@@ -217,10 +199,9 @@ TEST_F(Controls, TabsTellUserChangesAndReportTheMarginsTheyDraw) {
 
   QTest::mouseClick(bar, Qt::LeftButton, {}, bar->tabRect(2).center());
   ASSERT_EQ(1u, panel.notes.size());
-  EXPECT_EQ(TCN_SELCHANGE, panel.notes[0].code);
-  EXPECT_EQ(tab.m_hWnd, panel.notes[0].hwndFrom);
-  EXPECT_EQ(0u, panel.notes[0].idFrom);
-  EXPECT_EQ(2, panel.tabNow);
+  const NMHDR& n = panel.notes[0];
+  EXPECT_EQ(std::make_tuple(n.code, n.hwndFrom, n.idFrom, panel.tabNow),
+            std::make_tuple(UINT(TCN_SELCHANGE), tab.m_hWnd, UINT_PTR(0), 2));
 }
 
 TEST_F(Controls, StaticTextTakesFontAndAlignment) {
@@ -231,8 +212,8 @@ TEST_F(Controls, StaticTextTakesFontAndAlignment) {
                                PROOF_QUALITY, DEFAULT_PITCH | FF_DONTCARE, L"MS Sans Serif"));
   label.SetFont(&font);
   auto* q = static_cast<QLabel*>(label.GetQWidget());
-  EXPECT_EQ(8, q->font().pointSize());
-  EXPECT_EQ(static_cast<HFONT>(font), reinterpret_cast<HFONT>(label.SendMessage(WM_GETFONT)));
+  EXPECT_EQ(std::make_pair(q->font().pointSize(), reinterpret_cast<HFONT>(label.SendMessage(WM_GETFONT))),
+            std::make_pair(8, static_cast<HFONT>(font)));
   EXPECT_TRUE(q->alignment() & Qt::AlignHCenter);
   label.SetWindowTextW(L"0.250");
   EXPECT_EQ(QString("0.250"), q->text());
@@ -241,8 +222,7 @@ TEST_F(Controls, StaticTextTakesFontAndAlignment) {
   EXPECT_EQ(face, GetSysColorBrush(COLOR_BTNFACE));
   EXPECT_TRUE(DeleteObject(face));
   HBRUSH own = CreateSolidBrush(RGB(1, 2, 3));
-  EXPECT_TRUE(DeleteObject(own));
-  EXPECT_FALSE(DeleteObject(own));
+  EXPECT_EQ((std::vector<BOOL>{DeleteObject(own), DeleteObject(own)}), (std::vector<BOOL>{TRUE, FALSE}));
 }
 
 }  // namespace

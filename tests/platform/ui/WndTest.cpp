@@ -88,20 +88,17 @@ TEST(Window, HandlesLiveExactlyAsLongAsTheirWindows) {
   ASSERT_TRUE(owned.MakeTop(kToolStyle, &top, CRect(0, 0, 100, 50)));
   const HWND hTop = top.m_hWnd, hChild = child.m_hWnd, hOwned = owned.m_hWnd;
   EXPECT_TRUE(IsWindow(hTop) && IsWindow(hChild) && IsWindow(hOwned));
-  EXPECT_EQ(&child, CWnd::FromHandle(hChild));
-  EXPECT_EQ(hTop, GetParent(hChild));
-  EXPECT_EQ(hTop, GetParent(hOwned));  // a popup's owner
-  EXPECT_EQ(nullptr, GetParent(hTop));
+  EXPECT_EQ((std::vector<CWnd*>{CWnd::FromHandle(hChild), top.GetDlgItem(5)}), (std::vector<CWnd*>{&child, &child}));
+  // A popup's parent is its owner.
+  EXPECT_EQ((std::vector<HWND>{GetParent(hChild), GetParent(hOwned), GetParent(hTop)}),
+            (std::vector<HWND>{hTop, hTop, nullptr}));
   EXPECT_EQ(5, child.GetDlgCtrlID());
-  EXPECT_EQ(&child, top.GetDlgItem(5));
 
-  // The parent hears of its end first, then the windows inside and owned by
-  // it; all handles die together, though the objects stay.
+  // The parent hears of its end first, then the windows inside and owned by it; all handles die, the objects stay.
   EXPECT_TRUE(top.DestroyWindow());
   EXPECT_EQ((std::vector<std::string>{"top:destroy:live", "child:destroy:live", "owned:destroy:live"}), g_events);
   EXPECT_FALSE(IsWindow(hTop) || IsWindow(hChild) || IsWindow(hOwned));
-  EXPECT_EQ(nullptr, child.m_hWnd);
-  EXPECT_EQ(nullptr, CWnd::FromHandle(hChild));
+  EXPECT_EQ(std::make_pair(child.m_hWnd, CWnd::FromHandle(hChild)), std::make_pair(HWND(nullptr), (CWnd*)nullptr));
   EXPECT_FALSE(top.DestroyWindow());
   EXPECT_FALSE(PostMessageW(hTop, WM_USER + 1, 0, 0));
 
@@ -117,8 +114,7 @@ TEST(Window, HandlesLiveExactlyAsLongAsTheirWindows) {
   EXPECT_FALSE(odd.CreateEx(0, L"NoSuchClass", nullptr, kToolStyle, CRect(0, 0, 5, 5), nullptr, 0));
   EXPECT_EQ(nullptr, odd.m_hWnd);
 
-  // Deleting the object ends its window, also when another thread deletes
-  // it: the handle dies at once, the widget on its own thread.
+  // Deleting the object ends its window, also from another thread: the handle dies at once, the widget on its thread.
   HWND h;
   {
     Probe scoped;
@@ -152,8 +148,7 @@ TEST(Window, CloseRunsTheHandlerWhoseDefaultDestroys) {
   ASSERT_TRUE(b.PostMessage(WM_CLOSE));
   ASSERT_TRUE(WaitFor([&] { return g_events.size() == 3; }));
   EXPECT_EQ("b:close", g_events[2]);
-  EXPECT_TRUE(IsWindow(b.m_hWnd));
-  EXPECT_FALSE(b.IsWindowVisible());
+  EXPECT_EQ(std::make_pair(IsWindow(b.m_hWnd), b.IsWindowVisible()), std::make_pair(TRUE, FALSE));
 }
 
 TEST(Window, QueuedMessagesPassPreTranslateOfTheWindowAndItsParents) {
@@ -180,8 +175,7 @@ TEST(Window, QueuedMessagesPassPreTranslateOfTheWindowAndItsParents) {
   child.SetWindowTextW(L"caption");
   CStringW text;
   child.GetWindowTextW(text);
-  EXPECT_EQ(CStringW(L"caption"), text);
-  EXPECT_EQ(7, child.GetWindowTextLengthW());
+  EXPECT_EQ(std::make_pair(text, child.GetWindowTextLengthW()), std::make_pair(CStringW(L"caption"), 7));
 }
 
 TEST(Window, PostingFromManyThreadsArrivesInOrderOnTheWindowsThread) {
@@ -203,8 +197,7 @@ TEST(Window, PostingFromManyThreadsArrivesInOrderOnTheWindowsThread) {
     last[v / kEach] = v % kEach;
   }
 
-  // A send from another thread waits for the window's thread; a send to a
-  // window that dies first comes back with 0 instead of hanging.
+  // A send from another thread waits for the window's thread; to a window that dies first it gives 0, not a hang.
   std::atomic<LRESULT> answer{-1};
   std::thread sender([&] { answer = SendMessageW(h, WM_USER + 2, 5, 0); });
   ASSERT_TRUE(WaitFor([&] { return answer.load() != -1; }));
@@ -233,8 +226,7 @@ TEST(Window, TimersKeepTheirIdsAndEndWithTheWindow) {
   EXPECT_EQ(1000000u, w.SetTimer(1000000, 10));
   EXPECT_EQ(7u, w.SetTimer(7, 15));
   UINT elapse = 0;
-  EXPECT_TRUE(w.GetTimerElapse(7, &elapse));
-  EXPECT_EQ(15u, elapse);
+  EXPECT_TRUE(w.GetTimerElapse(7, &elapse) && elapse == 15u) << elapse;
   ASSERT_TRUE(WaitFor([&] {
     return std::count(w.timerIds.begin(), w.timerIds.end(), 7u) >= 3 &&
            std::count(w.timerIds.begin(), w.timerIds.end(), 1000000u) >= 3;
@@ -242,8 +234,7 @@ TEST(Window, TimersKeepTheirIdsAndEndWithTheWindow) {
 
   // The same id again replaces the timer: one slow timer, no fast one left.
   EXPECT_EQ(7u, w.SetTimer(7, 100000));
-  EXPECT_TRUE(w.KillTimer(1000000));
-  EXPECT_FALSE(w.KillTimer(1000000));
+  EXPECT_EQ((std::vector<BOOL>{w.KillTimer(1000000), w.KillTimer(1000000)}), (std::vector<BOOL>{TRUE, FALSE}));
   COrvekGlobals::PumpMessages(30);
   w.timerIds.clear();
   COrvekGlobals::PumpMessages(150);
@@ -254,16 +245,14 @@ TEST(Window, TimersKeepTheirIdsAndEndWithTheWindow) {
   calls = 0;
   w.SetTimer(9, 5, [](HWND, UINT m, UINT_PTR id, DWORD) { calls += (m == WM_TIMER && id == 9) ? 1 : 100; });
   ASSERT_TRUE(WaitFor([&] { return calls >= 2; }));
-  EXPECT_LT(calls.load(), 100);
-  EXPECT_TRUE(w.timerIds.empty());
+  EXPECT_TRUE(calls.load() < 100 && w.timerIds.empty());
 
   w.SetTimer(3, 5);
   w.DestroyWindow();
   w.timerIds.clear();
   calls = 0;
   COrvekGlobals::PumpMessages(60);
-  EXPECT_TRUE(w.timerIds.empty());
-  EXPECT_EQ(0, calls.load());
+  EXPECT_TRUE(w.timerIds.empty() && calls.load() == 0);
 }
 
 TEST(Window, PaintDrawsThroughThePainterAndSavesWithChildren) {
@@ -294,9 +283,9 @@ TEST(Window, PaintDrawsThroughThePainterAndSavesWithChildren) {
   CRect client;
   top.GetClientRect(&client);
   ASSERT_EQ(client.Width(), img.width());
-  EXPECT_EQ(QColor(Qt::red).rgb(), img.pixel(5, 5));       // the window's own paint
-  EXPECT_EQ(QColor(Qt::green).rgb(), img.pixel(105, 65));  // the child's, at its place
-  EXPECT_EQ(QColor(Qt::blue).rgb(), img.pixel(180, 120));  // the class brush
+  // The window's own paint, the child's at its place, and the class brush.
+  EXPECT_EQ((std::vector<QRgb>{img.pixel(5, 5), img.pixel(105, 65), img.pixel(180, 120)}),
+            (std::vector<QRgb>{QColor(Qt::red).rgb(), QColor(Qt::green).rgb(), QColor(Qt::blue).rgb()}));
   top.DestroyWindow();
   EXPECT_EQ(E_FAIL, top.SaveClientImage(path.c_str()));
 }
@@ -312,8 +301,7 @@ TEST(Window, GeometryIsInScreenCoordinatesWithTheReportedFrame) {
   top.GetClientRect(&client);
   CRect grown(0, 0, client.Width(), client.Height());
   AdjustWindowRectEx(&grown, kToolStyle, FALSE, WS_EX_TOOLWINDOW);
-  EXPECT_EQ(300, grown.Width());
-  EXPECT_EQ(200, grown.Height());
+  EXPECT_EQ(std::make_pair(grown.Width(), grown.Height()), std::make_pair(300, 200));
   CRect calc(0, 0, client.Width(), client.Height());
   top.CalcWindowRect(&calc);
   EXPECT_EQ(grown, calc);
@@ -329,8 +317,7 @@ TEST(Window, GeometryIsInScreenCoordinatesWithTheReportedFrame) {
   child.CenterWindow();
   child.GetWindowRect(&r);
   top.ScreenToClient(&r);
-  EXPECT_EQ(client.Width() / 2 - 25, r.left);
-  EXPECT_EQ(client.Height() / 2 - 20, r.top);
+  EXPECT_EQ(r.TopLeft(), CPoint(client.Width() / 2 - 25, client.Height() / 2 - 20));
 
   // A top-level window centres over its visible owner, and with none (or a hidden one) on the screen.
   ASSERT_TRUE(owner.MakeTop(kToolStyle, nullptr, CRect(200, 100, 600, 500)));
@@ -348,10 +335,9 @@ TEST(Window, GeometryIsInScreenCoordinatesWithTheReportedFrame) {
 
   // Visibility follows the parent; ShowWindow answers what was before.
   EXPECT_FALSE(child.IsWindowVisible());
-  EXPECT_FALSE(top.ShowWindow(SW_SHOWNORMAL));
-  EXPECT_TRUE(child.IsWindowVisible());
-  EXPECT_TRUE(top.ShowWindow(SW_HIDE));
-  EXPECT_FALSE(child.IsWindowVisible());
+  EXPECT_EQ((std::vector<BOOL>{top.ShowWindow(SW_SHOWNORMAL), child.IsWindowVisible()}),
+            (std::vector<BOOL>{FALSE, TRUE}));
+  EXPECT_EQ((std::vector<BOOL>{top.ShowWindow(SW_HIDE), child.IsWindowVisible()}), (std::vector<BOOL>{TRUE, FALSE}));
   EXPECT_TRUE(child.GetStyle() & WS_VISIBLE);
 }
 

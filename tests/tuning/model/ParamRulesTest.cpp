@@ -1,45 +1,51 @@
 #include <orvek/tuning/model/ParamRules.h>
 
+#include <orvek/platform/core/Rect.h>
+
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <cmath>
 #include <limits>
 #include <string>
+#include <tuple>
 
 using namespace ParamRules;
 
-TEST(ParamRules, FloatScaleExamples) {
-  EXPECT_EQ(FloatToPos(0.25f, -1.0, 1.0), 160);
-  EXPECT_EQ(PosToFloat(160, -1.0, 1.0), 0.25f);
-  EXPECT_EQ(FloatToPos(0.1f, 0.0, 0.3), 85);
-  EXPECT_EQ(PosToFloat(85, 0.0, 0.3), 0.099609375f);
-  // 257 positions: both ends are reachable.
-  EXPECT_EQ(FloatToPos(1.0f, -1.0, 1.0), 256);
-  EXPECT_EQ(PosToFloat(256, -1.0, 1.0), 1.0f);
-  EXPECT_EQ(PosToFloat(0, -1.0, 1.0), -1.0f);
-  // Equal bounds: the slider stands at 0 instead of an undefined position.
-  EXPECT_EQ(FloatToPos(2.0f, 2.0, 2.0), 0);
-  EXPECT_EQ(FloatToPos(std::numeric_limits<float>::quiet_NaN(), 0.0, 1.0), 0);
+namespace {
+template <typename... T>
+using Rows = std::initializer_list<std::tuple<T...>>;
+std::wstring W(const CStringW& s) { return s.GetString(); }
+std::pair<int, int> Shape(int items, int groups, const TabGrowth& growth = {0, 0, 0, 0}) {
+  int c = -1, r = -1;
+  ColumnsRows(items, groups, growth, &c, &r);
+  return {c, r};
 }
+}  // namespace
 
-TEST(ParamRules, LogScaleSpreadsPositionsEvenlyInTheLogarithm) {
+TEST(ParamRules, LinearAndLogScales) {
+  // 257 positions, both ends reachable; equal bounds and NaN stand at 0.
+  for (auto [v, lo, hi, pos] : Rows<float, double, double, int>{
+           {0.25f, -1, 1, 160}, {0.1f, 0, 0.3, 85}, {1.0f, -1, 1, 256}, {2.0f, 2, 2, 0}, {std::nanf(""), 0, 1, 0}})
+    EXPECT_EQ(pos, FloatToPos(v, lo, hi)) << v;
+  for (auto [pos, lo, hi, v] : Rows<int, double, double, float>{
+           {160, -1, 1, 0.25f}, {85, 0, 0.3, 0.099609375f}, {256, -1, 1, 1}, {0, -1, 1, -1}})
+    EXPECT_EQ(v, PosToFloat(pos, lo, hi)) << pos;
+
   // 10 to 5000 Hz: the ends are the bounds, every position comes back to
   // itself, and each step multiplies by the same factor.
   EXPECT_EQ(LogPosToFloat(0, 10.0, 5000.0), 10.0f);
   EXPECT_EQ(LogPosToFloat(256, 10.0, 5000.0), 5000.0f);
   EXPECT_EQ(LogFloatToPos(440.0f, 10.0, 5000.0), 156);  // log(44) / log(500) * 256 = 155.9
+  const double step = std::pow(500.0, 1.0 / 256);
   for (int pos = 0; pos <= 256; ++pos) {
     ASSERT_EQ(LogFloatToPos(LogPosToFloat(pos, 10.0, 5000.0), 10.0, 5000.0), pos);
-    if (pos > 0) {
-      EXPECT_NEAR(LogPosToFloat(pos, 10.0, 5000.0) / LogPosToFloat(pos - 1, 10.0, 5000.0), std::pow(500.0, 1.0 / 256),
-                  1e-5);
-    }
+    if (pos == 0) continue;
+    EXPECT_NEAR(LogPosToFloat(pos, 10, 5000) / LogPosToFloat(pos - 1, 10, 5000), step, 1e-5) << pos;
   }
   EXPECT_EQ(LogFloatDecimals(10.0, 5000.0), 1);  // the lowest step is 0.25 Hz
-  EXPECT_EQ(std::wstring(LogFloatText(440.0f, 10.0, 5000.0).GetString()), L"440.0");
-  EXPECT_EQ(std::wstring(ValueText(ePT_Float, 440.0f, 10.0, 5000.0).GetString()), L"440");
-  EXPECT_EQ(std::wstring(TypeFormat(ePT_LogFloat)), L"%f");
+  EXPECT_EQ(W(LogFloatText(440.0f, 10.0, 5000.0)), L"440.0");
+  EXPECT_EQ(W(ValueText(ePT_Float, 440.0f, 10.0, 5000.0)), L"440");
   // Bounds that are not both positive fall back to the linear scale.
   for (double lo : {0.0, -1.0}) {
     EXPECT_EQ(LogFloatToPos(0.5f, lo, 1.0), FloatToPos(0.5f, lo, 1.0)) << lo;
@@ -50,103 +56,68 @@ TEST(ParamRules, LogScaleSpreadsPositionsEvenlyInTheLogarithm) {
   EXPECT_EQ(LogFloatToPos(-1.0f, 1.0, 10.0), 0);
 }
 
-TEST(ParamRules, ClampingLetsTheUpperBoundWin) {
-  EXPECT_EQ(ClampFloat(5.0f, 0.0, 1.0), 1.0f);
-  EXPECT_EQ(ClampFloat(-5.0f, 0.0, 1.0), 0.0f);
-  EXPECT_EQ(ClampFloat(0.5f, 0.0, 1.0), 0.5f);
-  EXPECT_EQ(ClampFloat(std::nanf(""), 0.0, 1.0), 1.0f);
-  EXPECT_EQ(ClampFloat(0.5f, 1.0, 0.0), 0.0f);  // crossing bounds
-  EXPECT_EQ(ClampFloat(0.3f, 0.0, 0.3), 0.3f);  // bounds narrowed to float first
-  EXPECT_EQ(ClampInt(7, 0.9, 5.9), 5);
-  EXPECT_EQ(ClampInt(-3, -1.7, 5.0), -1);
-  EXPECT_EQ(ClampInt(3, 5.0, 1.0), 1);
+TEST(ParamRules, ClampingDecimalsAndTexts) {
+  // The upper bound wins: NaN and crossing bounds; bounds narrowed to float first.
+  for (auto [v, lo, hi, out] : Rows<float, double, double, float>{{5, 0, 1, 1},
+                                                                  {-5, 0, 1, 0},
+                                                                  {0.5f, 0, 1, 0.5f},
+                                                                  {std::nanf(""), 0, 1, 1},
+                                                                  {0.5f, 1, 0, 0},
+                                                                  {0.3f, 0, 0.3, 0.3f}})
+    EXPECT_EQ(out, ClampFloat(v, lo, hi)) << v << " in " << lo << ".." << hi;
+  for (auto [v, lo, hi, out] : Rows<int, double, double, int>{{7, 0.9, 5.9, 5}, {-3, -1.7, 5, -1}, {3, 5, 1, 1}})
+    EXPECT_EQ(out, ClampInt(v, lo, hi)) << v;
   EXPECT_EQ(TruncToInt(1e300), INT_MAX);
   EXPECT_EQ(TruncToInt(-2.9), -2);
+
+  for (auto [lo, hi, decimals] :
+       Rows<double, double, int>{{0, 1, 3}, {0, 10, 2}, {0, 100, 1}, {0, 256, 0}, {0, 1000, 0}, {3, 3, 0}, {1, -1, 0}})
+    EXPECT_EQ(decimals, FloatDecimals(lo, hi)) << lo << ".." << hi;
+  EXPECT_EQ(W(FloatText(0.25f, 0.0, 1.0)), L"0.250");
+  EXPECT_EQ(W(FloatText(-3.5f, -10.0, 0.0)), L"-3.50");
+  EXPECT_EQ(W(FloatText(7.0f, 7.0, 7.0)), L"7");
+  EXPECT_EQ(W(IntText(-42)), L"-42");
+  for (auto [type, format] : Rows<int, const wchar_t*>{
+           {ePT_Float, L"%f"}, {ePT_LogFloat, L"%f"}, {ePT_List, L"%d"}, {ePT_Group, L""}, {9, L""}}) {
+    const wchar_t* got = TypeFormat(static_cast<eParamTypeV2>(type));
+    ASSERT_NE(got, nullptr) << type;
+    EXPECT_EQ(std::wstring(got), format) << type;
+  }
 }
 
-TEST(ParamRules, DecimalsAndTexts) {
-  EXPECT_EQ(FloatDecimals(0.0, 1.0), 3);
-  EXPECT_EQ(FloatDecimals(0.0, 10.0), 2);
-  EXPECT_EQ(FloatDecimals(0.0, 100.0), 1);
-  EXPECT_EQ(FloatDecimals(0.0, 256.0), 0);
-  EXPECT_EQ(FloatDecimals(0.0, 1000.0), 0);
-  EXPECT_EQ(FloatDecimals(3.0, 3.0), 0);
-  EXPECT_EQ(FloatDecimals(1.0, -1.0), 0);
-  EXPECT_EQ(std::wstring(FloatText(0.25f, 0.0, 1.0).GetString()), L"0.250");
-  EXPECT_EQ(std::wstring(FloatText(-3.5f, -10.0, 0.0).GetString()), L"-3.50");
-  EXPECT_EQ(std::wstring(FloatText(7.0f, 7.0, 7.0).GetString()), L"7");
-  EXPECT_EQ(std::wstring(IntText(-42).GetString()), L"-42");
-  EXPECT_EQ(std::wstring(TypeFormat(ePT_Float)), L"%f");
-  EXPECT_EQ(std::wstring(TypeFormat(ePT_List)), L"%d");
-  ASSERT_NE(TypeFormat(ePT_Group), nullptr);
-  EXPECT_EQ(std::wstring(TypeFormat(ePT_Group)), L"");
-  EXPECT_EQ(std::wstring(TypeFormat(static_cast<eParamTypeV2>(9))), L"");
-}
+TEST(ParamRules, ColumnsRowsCellsAndGroups) {
+  // Up to 8 in one column; then {first, last, columns, rows}.
+  for (int n = 1; n <= 8; ++n) EXPECT_EQ(Shape(n, 1), std::make_pair(1, n)) << n;
+  for (auto [first, last, c, r] : Rows<int, int, int, int>{{9, 9, 2, 8},
+                                                           {10, 10, 2, 9},
+                                                           {11, 11, 2, 10},
+                                                           {12, 22, 2, 11},
+                                                           {23, 24, 2, 12},
+                                                           {25, 26, 2, 13},
+                                                           {27, 28, 3, 13},
+                                                           {29, 30, 3, 14},
+                                                           {31, 32, 3, 15},
+                                                           {33, 48, 3, 16}})
+    for (int n = first; n <= last; ++n) EXPECT_EQ(Shape(n, 1), std::make_pair(c, r)) << n;
+  EXPECT_EQ(Shape(0, 0), std::make_pair(0, 0));
 
-TEST(ParamRules, ColumnsAndRowsTable) {
-  const TabGrowth none{0, 0, 0, 0};
-  struct Row {
-    int first, last, columns, rows;
-  } table[] = {{9, 9, 2, 8},    {10, 10, 2, 9},  {11, 11, 2, 10}, {12, 22, 2, 11}, {23, 24, 2, 12},
-               {25, 26, 2, 13}, {27, 28, 3, 13}, {29, 30, 3, 14}, {31, 32, 3, 15}, {33, 48, 3, 16}};
-  for (int n = 1; n <= 8; ++n) {
-    int c, r;
-    ColumnsRows(n, 1, none, &c, &r);
-    EXPECT_EQ(c, 1) << n;
-    EXPECT_EQ(r, n) << n;
-  }
-  for (const auto& row : table) {
-    for (int n = row.first; n <= row.last; ++n) {
-      int c, r;
-      ColumnsRows(n, 1, none, &c, &r);
-      EXPECT_EQ(c, row.columns) << n;
-      EXPECT_EQ(r, row.rows) << n;
-    }
-  }
-  int c = -1, r = -1;
-  ColumnsRows(0, 0, none, &c, &r);
-  EXPECT_EQ(c, 0);
-  EXPECT_EQ(r, 0);
-}
-
-TEST(ParamRules, LayoutExamples) {
-  // 7 parameters, no group: one column of 7 (client 240 x 305, checked with
-  // the limits below).
-  int c, r;
-  for (int p = 0; p < 7; ++p) {
-    const POINT corner = CellCorner(p, 7, 0, 0);
-    EXPECT_EQ(corner.x, 20);
-    EXPECT_EQ(corner.y, 20 + 40 * p);
-  }
+  // 7 parameters, no group: one column of 7 (client 240 x 305, see the limits test).
+  for (int p = 0; p < 7; ++p) EXPECT_EQ(CPoint(CellCorner(p, 7, 0, 0)), CPoint(20, 20 + 40 * p)) << p;
   // Three parameters, a group, two parameters, tabs growing by 4, 24, 4, 4.
-  ColumnsRows(3, 2, TabGrowth{4, 24, 4, 4}, &c, &r);
-  EXPECT_EQ(c, 1);
-  EXPECT_EQ(r, 3);
-  EXPECT_EQ(BlockSize(c, r).cx, 240);
-  EXPECT_EQ(BlockSize(c, r).cy, 145);
-  EXPECT_EQ(CellCorner(2, r, 19, 39).y, 139);
-  EXPECT_EQ(CellCorner(0, r, 19, 39).x, 39);
-}
+  EXPECT_EQ(Shape(3, 2, TabGrowth{4, 24, 4, 4}), std::make_pair(1, 3));
+  EXPECT_EQ(CSize(BlockSize(1, 3)), CSize(240, 145));
+  EXPECT_EQ(CellCorner(2, 3, 19, 39).y, 139);
+  EXPECT_EQ(CellCorner(0, 3, 19, 39).x, 39);
 
-TEST(ParamRules, GroupCounting) {
   auto entry = [](eParamTypeV2 t) { return tagParamInfoV2{L"x", t, nullptr, 0, 0, nullptr, nullptr, nullptr, 0}; };
-  int g, n;
-  CountGroups({}, &g, &n);
-  EXPECT_EQ(g, 0);
-  EXPECT_EQ(n, 0);
-  CountGroups({entry(ePT_Float), entry(ePT_Float), entry(ePT_Group), entry(ePT_Int)}, &g, &n);
-  EXPECT_EQ(g, 2);
-  EXPECT_EQ(n, 2);
-  std::vector<tagParamInfoV2> twoGroups{entry(ePT_Group)};
-  for (int i = 0; i < 3; ++i) twoGroups.push_back(entry(ePT_Bool));
-  twoGroups.push_back(entry(ePT_Group));
-  for (int i = 0; i < 9; ++i) twoGroups.push_back(entry(ePT_Int));
-  CountGroups(twoGroups, &g, &n);
-  EXPECT_EQ(g, 2);
-  EXPECT_EQ(n, 9);
-  CountGroups({entry(ePT_Group), entry(ePT_Group)}, &g, &n);
-  EXPECT_EQ(g, 2);
-  EXPECT_EQ(n, 0);
+  const auto G = entry(ePT_Group), F = entry(ePT_Float), I = entry(ePT_Int), B = entry(ePT_Bool);
+  // {list, groups, largest group}
+  for (const auto& [list, groups, largest] : Rows<std::vector<tagParamInfoV2>, int, int>{
+           {{}, 0, 0}, {{F, F, G, I}, 2, 2}, {{G, B, B, B, G, I, I, I, I, I, I, I, I, I}, 2, 9}, {{G, G}, 2, 0}}) {
+    int g = -1, n = -1;
+    CountGroups(list, &g, &n);
+    EXPECT_EQ(std::make_pair(g, n), std::make_pair(groups, largest)) << list.size();
+  }
 }
 
 TEST(ParamRules, PoolOwnsEveryTextAndKeepsOldBlocks) {
@@ -168,8 +139,7 @@ TEST(ParamRules, PoolOwnsEveryTextAndKeepsOldBlocks) {
   EXPECT_EQ(params[0].pChoices, blocks[0]);
   EXPECT_EQ(std::wstring(params[0].pChoices[0].pszText), L"sine");
   EXPECT_EQ(params[0].pChoices[0].dValue, 1.9);
-  // A second pass copies from the first pool, which it then deletes, and
-  // adds a new block while keeping the old one.
+  // A second pass copies from the first pool, deletes it, and adds a new block beside the old one.
   params.push_back(tagParamInfoV2{L"Gain", ePT_Float, nullptr, 0, 1, nullptr, nullptr, nullptr, 0});
   SavePool(&params, &blocks, &pool);
   ASSERT_EQ(blocks.size(), 2u);
@@ -182,43 +152,20 @@ TEST(ParamRules, PoolOwnsEveryTextAndKeepsOldBlocks) {
 }
 
 TEST(ParamRules, LayoutArithmeticHoldsAtTheLimitsOfAnInt) {
-  const TabGrowth none{0, 0, 0, 0};
-  int c = -1, r = -1, c999 = -1, r999 = -1;
-  // More items than a list can hold take the block of the largest list, at
-  // once; none or a negative count give an empty block.
-  ColumnsRows(999999, 1, none, &c999, &r999);
-  for (int n : {1000000, INT_MAX}) {
-    ColumnsRows(n, 2, none, &c, &r);
-    EXPECT_EQ(c, c999) << n;
-    EXPECT_EQ(r, r999) << n;
-  }
-  ColumnsRows(INT_MIN, 2, TabGrowth{INT_MAX, INT_MAX, INT_MAX, INT_MAX}, &c, &r);
-  EXPECT_EQ(c, 0);
-  EXPECT_EQ(r, 0);
-
-  struct {
-    int columns, rows;
-    LONG cx, cy;
-  } blocks[] = {{INT_MAX, INT_MAX, INT_MAX, INT_MAX},
-                {INT_MIN, -3, 25, 25},
-                {-1, 1, 25, 65},
-                {1, 7, 240, 305},
-                {0, 0, 25, 25}};  // an empty list still has margins
-  for (const auto& b : blocks) {
-    const SIZE s = BlockSize(b.columns, b.rows);
-    EXPECT_EQ(s.cx, b.cx) << b.columns << " x " << b.rows;
-    EXPECT_EQ(s.cy, b.cy) << b.columns << " x " << b.rows;
-  }
-  struct {
-    int p, rows, offsetX, offsetY;
-    LONG x, y;
-  } corners[] = {{999998, 1, INT_MAX, INT_MIN, INT_MAX, INT_MIN + 20},
-                 {INT_MAX, 2, 0, 0, INT_MAX, 60},
-                 {INT_MIN, -1, INT_MIN, INT_MAX, INT_MIN + 20, INT_MAX},
-                 {3, 2, 19, 39, 254, 99}};
-  for (const auto& k : corners) {
-    const POINT at = CellCorner(k.p, k.rows, k.offsetX, k.offsetY);
-    EXPECT_EQ(at.x, k.x) << k.p;
-    EXPECT_EQ(at.y, k.y) << k.p;
-  }
+  // More items than a list can hold take the largest list's block; none or a negative count an empty one.
+  for (int n : {1000000, INT_MAX}) EXPECT_EQ(Shape(n, 2), Shape(999999, 1)) << n;
+  EXPECT_EQ(Shape(INT_MIN, 2, TabGrowth{INT_MAX, INT_MAX, INT_MAX, INT_MAX}), std::make_pair(0, 0));
+  // An empty list still has margins.
+  for (auto [columns, rows, cx, cy] : Rows<int, int, LONG, LONG>{{INT_MAX, INT_MAX, INT_MAX, INT_MAX},
+                                                                 {INT_MIN, -3, 25, 25},
+                                                                 {-1, 1, 25, 65},
+                                                                 {1, 7, 240, 305},
+                                                                 {0, 0, 25, 25}})
+    EXPECT_EQ(CSize(BlockSize(columns, rows)), CSize(cx, cy)) << columns << " x " << rows;
+  for (auto [p, rows, offsetX, offsetY, x, y] :
+       Rows<int, int, int, int, LONG, LONG>{{999998, 1, INT_MAX, INT_MIN, INT_MAX, INT_MIN + 20},
+                                            {INT_MAX, 2, 0, 0, INT_MAX, 60},
+                                            {INT_MIN, -1, INT_MIN, INT_MAX, INT_MIN + 20, INT_MAX},
+                                            {3, 2, 19, 39, 254, 99}})
+    EXPECT_EQ(CPoint(CellCorner(p, rows, offsetX, offsetY)), CPoint(x, y)) << p;
 }

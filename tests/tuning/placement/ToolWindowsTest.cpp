@@ -8,6 +8,8 @@
 
 namespace {
 
+const CRect kAsked(400, 300, 640, 600), kRight(650, 300, 890, 600);
+
 class Placement : public ::testing::Test {
  protected:
   static void SetUpTestSuite() { ASSERT_EQ(S_OK, COrvekGlobals::StartUp()); }
@@ -19,10 +21,11 @@ class Placement : public ::testing::Test {
     ms_toolWindows.clear();
   }
 
-  // A tool window with its screen rectangle (frame included).
-  static void Make(CWnd& w, const CRect& r, CWnd* owner = nullptr, bool show = true) {
+  // A tool window with its screen rectangle (frame included), shown and registered if asked.
+  static void Make(CWnd& w, const CRect& r, CWnd* owner = nullptr, bool show = true, bool enlist = false) {
     ASSERT_TRUE(w.CreateEx(WS_EX_TOOLWINDOW, nullptr, L"", WS_POPUP | WS_CAPTION | WS_SYSMENU, r, owner, 0));
     if (show) w.ShowWindow(SW_SHOWNORMAL);
+    if (enlist) RegisterToolWindow(w.m_hWnd);
   }
   static CRect RectOf(CWnd& w) {
     CRect r;
@@ -38,14 +41,11 @@ class Placement : public ::testing::Test {
 
 TEST_F(Placement, ANewWindowMovesBesideAVisibleOneOfTheSameParent) {
   CWnd other, mine;
-  Make(other, CRect(400, 300, 640, 600));
-  RegisterToolWindow(other.m_hWnd);
-  EXPECT_EQ(CRect(400, 300, 640, 600), RectOf(other));  // the first one stays where it is
-  Make(mine, CRect(400, 300, 640, 600), nullptr, false);
-  RegisterToolWindow(mine.m_hWnd);
-  // Above and below leave the bounds; right and left are equally near, and
-  // right comes first.
-  EXPECT_EQ(CRect(650, 300, 890, 600), RectOf(mine));
+  Make(other, kAsked, nullptr, true, true);
+  EXPECT_EQ(kAsked, RectOf(other));  // the first one stays where it is
+  // Above and below leave the bounds; right and left are equally near, and right comes first.
+  Make(mine, kAsked, nullptr, false, true);
+  EXPECT_EQ(kRight, RectOf(mine));
 
   // A second registration leaves one entry; unknown windows change nothing.
   RegisterToolWindow(mine.m_hWnd);
@@ -55,8 +55,7 @@ TEST_F(Placement, ANewWindowMovesBesideAVisibleOneOfTheSameParent) {
   UnregisterToolWindow(mine.m_hWnd);
   EXPECT_EQ(0, Entries(mine.m_hWnd));
 
-  // A registered, visible window is an obstacle to itself: placed again it
-  // moves off its own rectangle.
+  // A registered, visible window is an obstacle to itself: placed again it moves off its own rectangle.
   PlaceToolWindow(other.m_hWnd);
   CRect moved = RectOf(other), overlap;
   EXPECT_FALSE(overlap.IntersectRect(&moved, CRect(390, 290, 650, 610)));
@@ -66,49 +65,38 @@ TEST_F(Placement, HiddenWindowsAndOtherParentsAreNoObstacles) {
   CWnd ownerA, ownerB, hidden, foreign, mine;
   Make(ownerA, CRect(0, 0, 100, 100));
   Make(ownerB, CRect(0, 0, 100, 100));
-  Make(hidden, CRect(400, 300, 640, 600), &ownerA, false);
-  Make(foreign, CRect(400, 300, 640, 600), &ownerB);
-  RegisterToolWindow(hidden.m_hWnd);
-  RegisterToolWindow(foreign.m_hWnd);
-  Make(mine, CRect(400, 300, 640, 600), &ownerA);
-  RegisterToolWindow(mine.m_hWnd);
-  EXPECT_EQ(CRect(400, 300, 640, 600), RectOf(mine));
-
+  Make(hidden, kAsked, &ownerA, false, true);
+  Make(foreign, kAsked, &ownerB, true, true);
+  Make(mine, kAsked, &ownerA, true, true);
+  EXPECT_EQ(kAsked, RectOf(mine));
   // Shown, the first one is in the way.
   hidden.ShowWindow(SW_SHOWNORMAL);
   PlaceToolWindow(mine.m_hWnd);
-  EXPECT_EQ(CRect(650, 300, 890, 600), RectOf(mine));
+  EXPECT_EQ(kRight, RectOf(mine));
 }
 
 TEST_F(Placement, TheMainWindowGivesTheBounds) {
-  CWnd main, other, mine;
+  CWnd main, other, mine, big;
   Make(main, CRect(0, 0, 700, 700));
   AfxGetThread()->m_pMainWnd = &main;
-  Make(other, CRect(400, 300, 640, 600), &main);
-  RegisterToolWindow(other.m_hWnd);
-  Make(mine, CRect(400, 300, 640, 600), &main);
-  RegisterToolWindow(mine.m_hWnd);
-  // The right-hand place no longer fits; the left-hand one does.
-  EXPECT_EQ(CRect(150, 300, 390, 600), RectOf(mine));
-
+  Make(other, kAsked, &main, true, true);
+  Make(mine, kAsked, &main, true, true);
+  EXPECT_EQ(CRect(150, 300, 390, 600), RectOf(mine));  // the right-hand place no longer fits; the left-hand one does
   // Without a free place in the bounds, a window stays where it is.
-  CWnd big;
-  Make(big, CRect(0, 0, 690, 690), &main);
-  RegisterToolWindow(big.m_hWnd);
+  Make(big, CRect(0, 0, 690, 690), &main, true, true);
   EXPECT_EQ(CRect(0, 0, 690, 690), RectOf(big));
 
-  // While the main window object stays but its window is gone, nothing
-  // moves; without a main window object the default bounds apply.
+  // While the main window object stays but its window is gone, nothing moves; without a main window object the
+  // default bounds apply.
   main.DestroyWindow();
   CWnd blocker, late;
-  Make(blocker, CRect(400, 300, 640, 600));
-  RegisterToolWindow(blocker.m_hWnd);
-  Make(late, CRect(400, 300, 640, 600));
+  Make(blocker, kAsked, nullptr, true, true);
+  Make(late, kAsked);
   PlaceToolWindow(late.m_hWnd);
-  EXPECT_EQ(CRect(400, 300, 640, 600), RectOf(late));
+  EXPECT_EQ(kAsked, RectOf(late));
   AfxGetThread()->m_pMainWnd = nullptr;
   PlaceToolWindow(late.m_hWnd);
-  EXPECT_EQ(CRect(650, 300, 890, 600), RectOf(late));
+  EXPECT_EQ(kRight, RectOf(late));
 }
 
 TEST_F(Placement, HandlesOfNoWindowAndFarRectanglesGiveADefinedPlace) {
@@ -124,29 +112,23 @@ TEST_F(Placement, HandlesOfNoWindowAndFarRectanglesGiveADefinedPlace) {
     UnregisterToolWindow(h);
   }
 
-  // Windows asked to stand at the 32-bit limits stand where the platform
-  // holds them; with no free place inside the bounds, they stay there.
-  struct {
-    CRect asked;
-    bool withMain;
-  } table[] = {{CRect(INT_MAX - 100, INT_MAX - 100, INT_MAX, INT_MAX), false},
-               {CRect(INT_MIN, INT_MIN, INT_MIN + 240, INT_MIN + 300), false},
-               {CRect(INT_MAX - 100, INT_MIN, INT_MAX, INT_MIN + 300), true}};
-  for (const auto& row : table) {
+  // Windows asked to stand at the 32-bit limits stand where the platform holds them; with no free place inside
+  // the bounds, they stay there. {asked, with a main window there}
+  for (const auto& [asked, withMain] : {std::make_pair(CRect(INT_MAX - 100, INT_MAX - 100, INT_MAX, INT_MAX), false),
+                                        {CRect(INT_MIN, INT_MIN, INT_MIN + 240, INT_MIN + 300), false},
+                                        {CRect(INT_MAX - 100, INT_MIN, INT_MAX, INT_MIN + 300), true}}) {
     CWnd main, first, second;
-    if (row.withMain) {
-      Make(main, row.asked);
-      AfxGetThread()->m_pMainWnd = &main;
-    }
+    if (withMain) Make(main, asked);
+    if (withMain) AfxGetThread()->m_pMainWnd = &main;
     Make(first, CRect(0, 0, 240, 300));
     Make(second, CRect(0, 0, 240, 300));
-    first.MoveWindow(&row.asked, FALSE);
-    second.MoveWindow(&row.asked, FALSE);
+    first.MoveWindow(&asked, FALSE);
+    second.MoveWindow(&asked, FALSE);
     const CRect held = RectOf(second);
     RegisterToolWindow(first.m_hWnd);
     RegisterToolWindow(second.m_hWnd);
     PlaceToolWindow(second.m_hWnd);
-    EXPECT_EQ(held, RectOf(second)) << row.asked.left;
+    EXPECT_EQ(held, RectOf(second)) << asked.left;
     EXPECT_EQ(1, Entries(second.m_hWnd));
     AfxGetThread()->m_pMainWnd = nullptr;
   }

@@ -1,7 +1,0 @@
-#include "DialogTest.h"
-
-#include <support/SessionEnvironment.h>
-
-namespace {
-const auto* g_session = AddSessionEnvironment();
-}  // namespace
