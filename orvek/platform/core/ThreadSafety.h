@@ -31,6 +31,15 @@
 #define ORVEK_REQUIRES(...) ORVEK_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
 #define ORVEK_EXCLUDES(...) ORVEK_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
 ///@}
+/// A function that must be called with the lock(s) held at least for reading.
+#define ORVEK_REQUIRES_SHARED(...) ORVEK_THREAD_ANNOTATION(requires_shared_capability(__VA_ARGS__))
+/// A function whose call tells the analysis that the lock is held, for
+/// writing or for reading, from its call to the end of the calling scope.
+/// It checks nothing itself; what it asserts rests on its own requirements.
+///@{
+#define ORVEK_ASSERT_CAPABILITY(lock) ORVEK_THREAD_ANNOTATION(assert_capability(lock))
+#define ORVEK_ASSERT_SHARED_CAPABILITY(lock) ORVEK_THREAD_ANNOTATION(assert_shared_capability(lock))
+///@}
 /// A function that returns a reference to the lock.
 #define ORVEK_RETURN_CAPABILITY(lock) ORVEK_THREAD_ANNOTATION(lock_returned(lock))
 /// For the few bodies whose locking the analysis cannot follow; each use says why.

@@ -230,6 +230,7 @@ void CGraphDrawer::FitYRange(int bSmooth, double dMin, double dMax) {
 
 void CGraphDrawer::UpdateRanges(int iFrom, int iTo) {
   CSingleLock lock(&m_csRange, TRUE);
+  RangesWritable();
   if (m_bAutoY) {
     // Samples that are not finite are no part of the range; a store without
     // a finite one (but not an empty one) leaves it as it is.
@@ -264,6 +265,7 @@ void CGraphDrawer::SetROI(int iFrom, int iTo, float fXMin, float fXMax, int nXDi
                           float fYAxisMin, float fYAxisMax, int nYDivs) {
   CSingleLock data(&m_csData, TRUE);
   CSingleLock range(&m_csRange, TRUE);
+  RangesWritable();
   m_bAutoY = 0;
   m_bAutoX = 0;
   m_fXMin = fXMax > fXMin ? fXMin : fXMax;
@@ -285,6 +287,7 @@ void CGraphDrawer::SetROIAutoY(int iFrom, int iTo, float fXMin, float fXMax, int
                                int nYDivs) {
   CSingleLock data(&m_csData, TRUE);
   CSingleLock range(&m_csRange, TRUE);
+  RangesWritable();
   if (iFrom == m_iXFrom && iTo == m_iXTo && fXMin == m_fXMin && fXMax == m_fXMax && nXDivs == m_nXDivs &&
       nYDivs == m_nYDivs && m_bAutoY == 1)
     return;
@@ -309,6 +312,7 @@ void CGraphDrawer::SetROIAutoY(int iFrom, int iTo, float fXMin, float fXMax, int
 }
 
 void CGraphDrawer::RedrawBackground(void) {
+  RangesReadableUnderData();
   float x0 = 0, x1 = 0, y0 = 0, y1 = 0;
   ViewLabels(&x0, &x1, &y0, &y1);
   DrawBackground(m_pAxesBitmap, m_sTitle, x0, x1, m_nXDivs, m_sXName, y0, y1, m_nYDivs, m_sYName, m_rcPlot.X,
@@ -513,7 +517,8 @@ void CGraphDrawer::MapStrokes(const int* curves, int nCurves, int from, int end,
   const std::size_t stride = static_cast<std::size_t>(DrawCurveCount());
   if (m_strokes.size() < static_cast<std::size_t>(nCurves)) m_strokes.resize(static_cast<std::size_t>(nCurves));
   for (int i = 0; i < nCurves; ++i) m_strokes[static_cast<std::size_t>(i)].clear();
-  const auto ring = [&](int i) {
+  // The analysis checks a lambda on its own; this one runs only here, under this function's locks.
+  const auto ring = [&](int i) ORVEK_NO_THREAD_SAFETY_ANALYSIS {
     const std::size_t c = static_cast<std::size_t>(curves[i]);
     return CurveRing{DrawSamples().data() + c, stride, S, c < offsets.size() ? offsets[c] : 0};
   };
@@ -562,6 +567,7 @@ int CGraphDrawer::MapStroke(int c, int from, int end, int S, bool bOutline) {
 
 void CGraphDrawer::DrawCurves(Bitmap* pTarget, Bitmap* pBackground, int iFrom, int iTo) {
   CSingleLock range(&m_csRange, TRUE);
+  RangesReadableUnderRange();
   if (!pTarget || !pBackground) return;
   Graphics g(pTarget);
   const int X = m_rcPlot.X, W = m_rcPlot.Width, H = m_rcPlot.Height;

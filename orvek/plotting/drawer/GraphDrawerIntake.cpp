@@ -52,6 +52,7 @@ bool CGraphDrawer::Open(int nCurves, int nRows, bool bWritePos) {
 template <typename T>
 void CGraphDrawer::SetData(T* pData, int nCount, int nStride, int iCurve, int nCurves) {
   CSingleLock lock(&m_csData, TRUE);
+  RangesReadableUnderData();
   if (!Acceptable(pData, nCount, iCurve, nCurves)) return;
   if (!Open(nCurves, nCount, false)) return;
   Copy(pData, nCount, nStride, m_samples.data() + iCurve, nCurves);
@@ -62,6 +63,7 @@ void CGraphDrawer::SetData(T* pData, int nCount, int nStride, int iCurve, int nC
 template <typename T>
 void CGraphDrawer::SetDataHistory(T* pData, int nCount, int nHistory, int nStride, int iCurve, int nCurves) {
   CSingleLock lock(&m_csData, TRUE);
+  RangesReadableUnderData();
   if (!Acceptable(pData, nCount, iCurve, nCurves) || nHistory < 1) return;
   if (nCount > nHistory) {  // only the newest nHistory samples fit the ring
     pData = const_cast<T*>(At(pData, nCount - nHistory, nStride));
@@ -83,6 +85,7 @@ void CGraphDrawer::SetDataHistory(T* pData, int nCount, int nHistory, int nStrid
 template <typename T>
 void CGraphDrawer::SetDataAvg(T* pData, int nCount, double dFactor, int nStride, int iCurve, int nCurves) {
   CSingleLock lock(&m_csData, TRUE);
+  RangesReadableUnderData();
   if (!Acceptable(pData, nCount, iCurve, nCurves)) return;
   if (!Open(nCurves, nCount, false)) return;
   double* dst = m_samples.data() + iCurve;
@@ -114,9 +117,10 @@ void CGraphDrawer::SetDataHistoryCircular(T* pData, int nCount, int nHistory, in
     head = (head + 1) % nHistory;
   }
   // The sweep moves no range itself, except once per lap in automatic Y.
+  CSingleLock range(&m_csRange, TRUE);
+  RangesWritable();
   const BOOL saved = m_bAutoY;
   m_bAutoY = 0;
-  CSingleLock range(&m_csRange, TRUE);
   if (m_bResetAdaptation)
     UpdateRanges(m_iXFrom, m_iXTo);
   else

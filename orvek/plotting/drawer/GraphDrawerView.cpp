@@ -128,6 +128,7 @@ void CGraphDrawer::RebuildPens(void) {
 tagPlotView CGraphDrawer::GetView(void) {
   CSingleLock data(&m_csData, TRUE);
   CSingleLock range(&m_csRange, TRUE);
+  RangesWritable();
   return DrawView();
 }
 
@@ -135,6 +136,7 @@ void CGraphDrawer::SetView(const tagPlotView& view) {
   if (!orvek_view::Usable(view)) return;
   CSingleLock data(&m_csData, TRUE);
   CSingleLock range(&m_csRange, TRUE);
+  RangesWritable();
   m_view = view;
   m_bUserView = true;
   RedrawAll();
@@ -143,18 +145,21 @@ void CGraphDrawer::SetView(const tagPlotView& view) {
 void CGraphDrawer::ResetView(void) {
   CSingleLock data(&m_csData, TRUE);
   CSingleLock range(&m_csRange, TRUE);
+  RangesWritable();
   m_bUserView = false;
   RedrawAll();
 }
 
 BOOL CGraphDrawer::HasUserView(void) {
   CSingleLock range(&m_csRange, TRUE);
+  RangesReadableUnderRange();
   return m_bUserView ? TRUE : FALSE;
 }
 
 void CGraphDrawer::SetPaused(BOOL bPaused) {
   CSingleLock data(&m_csData, TRUE);
   CSingleLock range(&m_csRange, TRUE);
+  RangesWritable();
   if ((bPaused != 0) == m_bPaused) return;
   if (bPaused) {
     m_frozen = LiveState();
@@ -171,12 +176,14 @@ void CGraphDrawer::SetPaused(BOOL bPaused) {
 
 BOOL CGraphDrawer::IsPaused(void) {
   CSingleLock range(&m_csRange, TRUE);
+  RangesReadableUnderRange();
   return m_bPaused ? TRUE : FALSE;
 }
 
 void CGraphDrawer::RedrawAll(void) {
   CSingleLock data(&m_csData, TRUE);
   CSingleLock range(&m_csRange, TRUE);
+  RangesWritable();
   RedrawBackground();
   DrawCurves(m_pFrameBitmap, m_pAxesBitmap, INT_MIN, INT_MAX);
   // What was waiting is in the picture now, unless the picture is paused.
@@ -187,6 +194,7 @@ void CGraphDrawer::SetCurveStyle(int iCurve, const wchar_t* pszName, DWORD argb,
   if (!StyleIndex(iCurve)) return;
   CSingleLock data(&m_csData, TRUE);
   CSingleLock range(&m_csRange, TRUE);
+  RangesWritable();
   if (m_styles.size() <= static_cast<std::size_t>(iCurve)) m_styles.resize(static_cast<std::size_t>(iCurve) + 1);
   tagCurveStyle& st = m_styles[static_cast<std::size_t>(iCurve)];
   st.sName = pszName ? pszName : L"";
@@ -201,6 +209,7 @@ void CGraphDrawer::SetCurveVisible(int iCurve, BOOL bVisible) {
   if (!StyleIndex(iCurve)) return;
   CSingleLock data(&m_csData, TRUE);
   CSingleLock range(&m_csRange, TRUE);
+  RangesWritable();
   if (m_styles.size() <= static_cast<std::size_t>(iCurve)) {
     if (bVisible) return;
     m_styles.resize(static_cast<std::size_t>(iCurve) + 1);
@@ -213,6 +222,7 @@ void CGraphDrawer::SetCurveVisible(int iCurve, BOOL bVisible) {
 void CGraphDrawer::SetColorScheme(eColorScheme scheme) {
   CSingleLock data(&m_csData, TRUE);
   CSingleLock range(&m_csRange, TRUE);
+  RangesWritable();
   m_scheme = scheme == eSchemeLight ? eSchemeLight : eSchemeDark;
   RebuildPens();
   RedrawAll();
@@ -220,11 +230,13 @@ void CGraphDrawer::SetColorScheme(eColorScheme scheme) {
 
 eColorScheme CGraphDrawer::GetColorScheme(void) {
   CSingleLock range(&m_csRange, TRUE);
+  RangesReadableUnderRange();
   return m_scheme;
 }
 
 tagCurveStyle CGraphDrawer::GetCurveStyle(int iCurve) {
   CSingleLock range(&m_csRange, TRUE);
+  RangesReadableUnderRange();
   tagCurveStyle st;
   if (iCurve < 0) return st;
   if (static_cast<std::size_t>(iCurve) < m_styles.size()) st = m_styles[static_cast<std::size_t>(iCurve)];
@@ -239,6 +251,7 @@ tagCurveStyle CGraphDrawer::GetCurveStyle(int iCurve) {
 int CGraphDrawer::ReadAt(double dFraction, double* pX, double* pValues, int nMax) {
   CSingleLock data(&m_csData, TRUE);
   CSingleLock range(&m_csRange, TRUE);
+  RangesWritable();
   tagDrawState live;
   const tagDrawState& st = AxisState(&live);
   const tagPlotView view = DrawView();
@@ -269,6 +282,7 @@ CStringW CGraphDrawer::FormatValue(double dValue, double dStep) {
 void CGraphDrawer::GetViewSteps(double* pXStep, double* pYStep) {
   CSingleLock data(&m_csData, TRUE);
   CSingleLock range(&m_csRange, TRUE);
+  RangesWritable();
   float x0 = 0, x1 = 0, y0 = 0, y1 = 0;
   ViewLabels(&x0, &x1, &y0, &y1);
   const double w = std::max(m_rcPlot.Width - 1, 1), h = std::max(m_rcPlot.Height - 1, 1);
@@ -279,6 +293,7 @@ void CGraphDrawer::GetViewSteps(double* pXStep, double* pYStep) {
 CStringA CGraphDrawer::ViewAsCsv(void) {
   CSingleLock data(&m_csData, TRUE);
   CSingleLock range(&m_csRange, TRUE);
+  RangesWritable();
   tagDrawState live;
   const tagDrawState& st = AxisState(&live);
   const tagPlotView view = DrawView();

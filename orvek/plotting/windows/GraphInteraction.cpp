@@ -57,7 +57,7 @@ class Interaction : public QObject {
   }
 
   bool eventFilter(QObject* watched, QEvent* e) override;
-  void Paint(QPainter* p);
+  void Paint(QPainter* p, CGraphDrawer* d) ORVEK_REQUIRES(d->m_csData);
   QImage Composed();
 
   bool m_enabled = true;
@@ -79,8 +79,8 @@ class Interaction : public QObject {
   void Wheel(QWheelEvent* e);
   bool Key(QKeyEvent* e);
   void Menu(const QPoint& at);
-  void PaintReadout(QPainter* p, CGraphDrawer* d);
-  void PaintLegend(QPainter* p, CGraphDrawer* d, bool bRecord);
+  void PaintReadout(QPainter* p, CGraphDrawer* d) ORVEK_REQUIRES(d->m_csData);
+  void PaintLegend(QPainter* p, CGraphDrawer* d, bool bRecord) ORVEK_REQUIRES(d->m_csData);
   void PaintPauseMark(QPainter* p);
   int LegendHit(const QPoint& at) const;
 
@@ -96,8 +96,10 @@ class Interaction : public QObject {
 };
 
 QRect Interaction::Plot() const {
-  const CGraphDrawer* d = Drawer();
+  CGraphDrawer* d = Drawer();
   if (!d) return QRect();
+  // The window's thread holds no drawer lock here, or already this one.
+  CSingleLock lock(&d->m_csData, TRUE);
   return QRect(d->m_rcPlot.X, d->m_rcPlot.Y, d->m_rcPlot.Width, d->m_rcPlot.Height);
 }
 
@@ -267,9 +269,7 @@ int Interaction::LegendHit(const QPoint& at) const {
   return -1;
 }
 
-void Interaction::Paint(QPainter* p) {
-  CGraphDrawer* d = Drawer();
-  if (!d) return;
+void Interaction::Paint(QPainter* p, CGraphDrawer* d) {
   PaintLegend(p, d, true);
   if (d->IsPaused()) PaintPauseMark(p);
   if (m_pressed && m_drag == Drag::Box) {
@@ -393,8 +393,8 @@ Interaction* AttachInteraction(CGraphWnd* pWnd, QWidget* pWidget) {
 
 void DetachInteraction(Interaction* pInteraction) { delete pInteraction; }
 
-void PaintInteraction(Interaction* pInteraction, QPainter* pPainter) {
-  if (pInteraction && pPainter) pInteraction->Paint(pPainter);
+void PaintInteraction(Interaction* pInteraction, CGraphDrawer* pDrawer, QPainter* pPainter) {
+  if (pInteraction && pDrawer && pPainter) pInteraction->Paint(pPainter, pDrawer);
 }
 
 void EnableInteraction(Interaction* pInteraction, bool bEnable) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <orvek/plotting/drawer/GraphDrawer.h>
+
 class CGraphWnd;
 class QPainter;
 class QWidget;
@@ -14,8 +16,10 @@ class Interaction;
 // Starts listening to the widget's events; null without a widget.
 Interaction* AttachInteraction(CGraphWnd* pWnd, QWidget* pWidget);
 void DetachInteraction(Interaction* pInteraction);
-// Paints the overlay with the painter of the window's paint.
-void PaintInteraction(Interaction* pInteraction, QPainter* pPainter);
+// Paints the overlay of the window's drawer with the painter of the window's
+// paint, which holds the drawer's m_csData.
+void PaintInteraction(Interaction* pInteraction, CGraphDrawer* pDrawer, QPainter* pPainter)
+    ORVEK_REQUIRES(pDrawer->m_csData);
 // Off: the window ignores the mouse and keys, as before they existed.
 void EnableInteraction(Interaction* pInteraction, bool bEnable);
 // The frame bitmap with the legend and pause mark, as the user sees it

@@ -27,7 +27,7 @@ constexpr long long kMaxPixels = 1LL << 28;
 // plot rectangle in logical pixels. A size the bitmaps cannot take leaves
 // them invalid (every drawing call on them does nothing) and, with no
 // pixels to lay the axes out on, an empty plot.
-void MakeBitmaps(CGraphDrawer* d, int W, int H, double ratio) {
+void MakeBitmaps(CGraphDrawer* d, int W, int H, double ratio) ORVEK_REQUIRES(d->m_csData) {
   const double physical = static_cast<double>(W) * ratio * static_cast<double>(H) * ratio;
   const bool fits = physical <= static_cast<double>(kMaxPixels);
   const auto make = [&] {
@@ -77,10 +77,15 @@ void CGraphWnd::Create(tagRECT rcWindow, CWnd* pParent, const wchar_t* pTitle, c
   const auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance());
   m_dBitmapRatio = onScreen ? onScreen->devicePixelRatioF() : app ? app->devicePixelRatio() : 1.0;
   m_szBitmaps = tagSIZE{W, H};
-  MakeBitmaps(d, W, H, m_dBitmapRatio);
-  if (pTitle) d->m_sTitle = pTitle;
-  if (pXName) d->m_sXName = pXName;
-  if (pYName) d->m_sYName = pYName;
+  {
+    // No other thread knows the drawer yet: the lock cannot wait, and it is
+    // given back before m_csDrawer is taken.
+    CSingleLock data(&d->m_csData, TRUE);
+    MakeBitmaps(d, W, H, m_dBitmapRatio);
+    if (pTitle) d->m_sTitle = pTitle;
+    if (pXName) d->m_sXName = pXName;
+    if (pYName) d->m_sYName = pYName;
+  }
   {
     CSingleLock lock(&m_csDrawer, TRUE);
     m_pDrawer = d;
@@ -134,10 +139,15 @@ void CGraphWnd::Destroy(void) {
     m_pDrawer = nullptr;
   }
   if (d) {
-    delete d->m_pAxesBitmap;
-    delete d->m_pFrameBitmap;
-    d->m_pAxesBitmap = nullptr;
-    d->m_pFrameBitmap = nullptr;
+    {
+      // No longer published, and nothing else is held here: the lock
+      // cannot close a cycle.
+      CSingleLock data(&d->m_csData, TRUE);
+      delete d->m_pAxesBitmap;
+      delete d->m_pFrameBitmap;
+      d->m_pAxesBitmap = nullptr;
+      d->m_pFrameBitmap = nullptr;
+    }
     const ULONG token = d->m_gdiToken;
     delete d;
     if (token != 0) GdiplusShutdown(token);
@@ -159,6 +169,9 @@ void CGraphWnd::DrawGraph(int iCurve, const void* pData, int nCount, int nStride
 template <typename T>
 void CGraphWnd::DrawGraphHistory(int iCurve, const void* pData, int nCount, int nHistory, int nStride) {
   if (iCurve >= m_nCurves || !m_pDrawer) return;
+  // Threads that feed other curves move the length too: it changes with the
+  // block it sizes, under the lock the intake takes first anyway.
+  CSingleLock lock(&m_pDrawer->m_csData, TRUE);
   if (nHistory > m_nHistory) m_nHistory = nHistory;
   m_pDrawer->SetDataHistory<T>(const_cast<T*>(static_cast<const T*>(pData)), nCount, m_nHistory, nStride, iCurve,
                                m_nCurves);
@@ -168,6 +181,7 @@ void CGraphWnd::DrawGraphHistory(int iCurve, const void* pData, int nCount, int 
 template <typename T>
 void CGraphWnd::DrawGraphHistoryCircular(int iCurve, const void* pData, int nCount, int nHistory, int nStride) {
   if (iCurve >= m_nCurves || !m_pDrawer) return;
+  CSingleLock lock(&m_pDrawer->m_csData, TRUE);  // as in DrawGraphHistory
   m_nHistory = nHistory;
   m_pDrawer->SetDataHistoryCircular<T>(const_cast<T*>(static_cast<const T*>(pData)), nCount, nHistory, nStride, iCurve,
                                        m_nCurves);
@@ -295,7 +309,7 @@ void CGraphWnd::OnPaint(void) {
     std::unique_ptr<Gdiplus::Graphics> g = Gdiplus::GraphicsOnPainter(painter);
     g->DrawImage(d->m_pFrameBitmap, d->m_rcPlot.X, d->m_rcPlot.Y);
     g.reset();
-    orvek_plot::PaintInteraction(m_pInteraction, painter);
+    orvek_plot::PaintInteraction(m_pInteraction, d, painter);
   }
 }
 

@@ -162,7 +162,7 @@ class ORVEK_API CGraphWnd : public CWnd {
   /// thread, which also reads it without the lock, as the intake does.
   CGraphDrawer* m_pDrawer;
   int m_nCurves;            ///< curves of the graph, at least 1 from Create on; 0 before
-  int m_nHistory;           ///< ring length of the history modes
+  int m_nHistory;           ///< ring length of the history modes; the intake writes it under the drawer's m_csData
   UINT_PTR m_nRedrawTimer;  ///< id of the running redraw timer, 0 when none
   /// Set by host threads after their data are stored, cleared by the window's
   /// thread when it asks for the paint.
