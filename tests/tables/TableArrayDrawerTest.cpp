@@ -4,38 +4,34 @@
 
 #include "TableTestSupport.h"
 
-// Geometry used below, unless a test says otherwise: columns 30 wide, name
-// 40 x 15, titles 12 high, lines 10 high. A page 77 high holds the name, the
-// titles and lines 0..4 of a fresh table; a continuation column holds the
-// titles and 6 lines.
+// Mostly columns 30 wide, name 40 x 15, titles 12 high, lines 10 high: a page 77 high holds name, titles, lines 0..4.
 
 TEST(TableArrayLayout, PageRectsAndEmptyInputs) {
   TestArray a;
-  tagRECT r{1, 2, 3, 4};
-  a.GetPageRect(0, &r);
-  EXPECT_TRUE(SameRect(r, 0, 0, 0, 0));
+  Rects got;
+  const auto page = [&](int i) {
+    tagRECT r{1, 2, 3, 4};
+    a.GetPageRect(i, &r);
+    got.push_back({r.left, r.top, r.right, r.bottom});
+  };
+  page(0);
   tagRECT rects[2] = {{0, 0, 100, 200}, {5, 6, 300, 400}};
   a.SetPageRects(rects, 2);
-  a.GetPageRect(-3, &r);
-  EXPECT_TRUE(SameRect(r, 0, 0, 100, 200));
-  a.GetPageRect(9, &r);  // beyond the list: the last one again
-  EXPECT_TRUE(SameRect(r, 5, 6, 300, 400));
+  page(-3);
+  page(9);  // beyond the list: the last one again
   a.SetPageRects(rects, 0);
-  a.GetPageRect(1, &r);
-  EXPECT_TRUE(SameRect(r, 0, 0, 0, 0));
+  page(1);
+  EXPECT_EQ(got, (Rects{{0, 0, 0, 0}, {0, 0, 100, 200}, {5, 6, 300, 400}, {0, 0, 0, 0}}));
 
   a.SetPage(200, 77);
-  int right = 99;
-  EXPECT_EQ(a.Layout(&right), 0);  // no tables
-  EXPECT_EQ(right, 0);
-
+  int right = 99, noneRight = 99;
+  const int none = a.Layout(&noneRight);  // no tables
   FixedTable t(3, {30, 30});
   TestArray noRects;
   noRects.m_Tables = {&t};
-  EXPECT_EQ(noRects.Layout(&right), 1);  // no page rectangles: one empty page
+  const int pages = noRects.Layout(&right);  // no page rectangles: one empty page
+  EXPECT_EQ(std::make_tuple(none, noneRight, pages, right, t.scaleCalls), std::make_tuple(0, 0, 1, 0, 1));
   EXPECT_TRUE(noRects.m_Pages[0].empty());
-  EXPECT_EQ(right, 0);
-  EXPECT_EQ(t.scaleCalls, 1);
 }
 
 TEST(TableArrayLayout, PagesThatTakeNothing) {
@@ -75,33 +71,38 @@ TEST(TableArrayLayout, ColumnsPagesAndNames) {
   int right = 0;
   EXPECT_EQ(a.Layout(&right), 2);
   EXPECT_EQ(right, 140);
-  // First column: name, titles, lines 0..4, the last ending exactly at 77.
-  EXPECT_TRUE(SameRect(a.Find(0, 0, CTableDrawer::LINE_NAME)->rcItem, 0, 0, 60, 15));
-  EXPECT_TRUE(SameRect(a.Find(0, 0, 4, 1)->rcItem, 30, 67, 60, 77));
-  // Second column: titles at the top, no name, lines 5..10.
-  EXPECT_TRUE(SameRect(a.Find(0, 0, CTableDrawer::LINE_HEADER, 0)->rcItem, 0, 15, 30, 27));
-  int headers = 0;
-  for (auto& i : a.m_Pages[0]) headers += i.nLine == CTableDrawer::LINE_HEADER && i.rcItem.top == 0;
-  EXPECT_EQ(headers, 2);
-  EXPECT_EQ(a.DataLines(0).size(), 11u);
-  EXPECT_TRUE(SameRect(a.Find(0, 0, 5, 1)->rcItem, 110, 12, 140, 22));
-  EXPECT_EQ(a.Find(0, 0, CTableDrawer::LINE_NAME_CONTINUED), nullptr);
+  // Column 1: name, titles, lines 0..4 (the last ending at 77); column 2: titles at the top, no name, lines 5..10.
   // New page: the continued name, then lines 11..15; 16..19 beside them.
-  EXPECT_TRUE(SameRect(a.Find(1, 0, CTableDrawer::LINE_NAME_CONTINUED)->rcItem, 0, 0, 60, 15));
-  EXPECT_EQ(a.DataLines(1).front().second, 11);
-  EXPECT_TRUE(SameRect(a.Find(1, 0, 16)->rcItem, 80, 12, 110, 22));
-  EXPECT_EQ(a.Find(1, 0, CTableDrawer::LINE_NAME), nullptr);
+  EXPECT_EQ(a.Rects({{0, 0, kName, 0},
+                     {0, 0, 4, 1},
+                     {0, 0, kHeader, 0},
+                     {0, 0, 5, 1},
+                     {0, 0, kContinued, 0},
+                     {1, 0, kContinued, 0},
+                     {1, 0, 16, 0},
+                     {1, 0, kName, 0}}),
+            (Rects{{0, 0, 60, 15},
+                   {30, 67, 60, 77},
+                   {0, 15, 30, 27},
+                   {110, 12, 140, 22},
+                   {-1, -1, -1, -1},
+                   {0, 0, 60, 15},
+                   {80, 12, 110, 22},
+                   {-1, -1, -1, -1}}));
+  int headers = 0;
+  for (auto& i : a.m_Pages[0]) headers += i.nLine == kHeader && i.rcItem.top == 0;
+  EXPECT_EQ(std::make_tuple(headers, a.DataLines(0).size(), a.DataLines(1).front().second),
+            std::make_tuple(2, 11u, 11));
 
   // Without repeated names the new page starts with titles and one line more.
   EXPECT_EQ(a.Layout(nullptr, 0), 2);
-  EXPECT_EQ(a.Find(1, 0, CTableDrawer::LINE_NAME_CONTINUED), nullptr);
-  EXPECT_TRUE(SameRect(a.Find(1, 0, 16)->rcItem, 0, 62, 30, 72));
-  EXPECT_EQ(a.m_Pages[1].front().nLine, CTableDrawer::LINE_HEADER);
+  EXPECT_EQ(a.Rects({{1, 0, kContinued, 0}, {1, 0, 16, 0}}), (Rects{{-1, -1, -1, -1}, {0, 62, 30, 72}}));
+  EXPECT_EQ(a.m_Pages[1].front().nLine, kHeader);
 
   // One line a pixel taller no longer fits and moves to the second column.
   t.lineHeights[4] = 11;
   EXPECT_EQ(a.Layout(), 2);
-  EXPECT_TRUE(SameRect(a.Find(0, 0, 4)->rcItem, 80, 12, 110, 23));
+  EXPECT_EQ(a.Rects({{0, 0, 4, 0}}), (Rects{{80, 12, 110, 23}}));
 }
 
 TEST(TableArrayLayout, NextTableStartsWhereItsFirstLineFits) {
@@ -112,13 +113,12 @@ TEST(TableArrayLayout, NextTableStartsWhereItsFirstLineFits) {
   // first ends at 47; next: name 67..82, titles 82..94, line 0 94..104.
   a.SetPage(200, 104);
   a.Layout();
-  EXPECT_TRUE(SameRect(a.Find(0, 1, CTableDrawer::LINE_NAME)->rcItem, 2, 67, 57, 82));
-  EXPECT_TRUE(SameRect(a.Find(0, 1, 0)->rcItem, 2, 94, 57, 104));
+  EXPECT_EQ(a.Rects({{0, 1, kName, 0}, {0, 1, 0, 0}}), (Rects{{2, 67, 57, 82}, {2, 94, 57, 104}}));
   EXPECT_EQ(a.Find(0, 1, 1)->rcItem.left, 80);  // the rest in the next column
 
   a.SetPage(200, 103);
   a.Layout();
-  EXPECT_TRUE(SameRect(a.Find(0, 1, CTableDrawer::LINE_NAME)->rcItem, 80, 0, 135, 15));
+  EXPECT_EQ(a.Rects({{0, 1, kName, 0}}), (Rects{{80, 0, 135, 15}}));
   EXPECT_EQ(a.DataLines(0).size(), 5u);
 }
 
@@ -132,11 +132,9 @@ TEST(TableArrayLayout, CentringInTheColumn) {
   a.Layout(&right);
   EXPECT_EQ(right, 100);
   // Column width 100 from b1's name; a2 (60) sits 20 in, b1's column 34 in.
-  EXPECT_TRUE(SameRect(a.Find(0, 0, CTableDrawer::LINE_NAME)->rcItem, 20, 0, 80, 15));
-  EXPECT_EQ(a.Find(0, 0, 1, 0)->rcItem.left, 20);
-  EXPECT_EQ(a.Find(0, 0, 1, 1)->rcItem.left, 50);
-  EXPECT_TRUE(SameRect(a.Find(0, 1, CTableDrawer::LINE_NAME)->rcItem, 0, 67, 100, 82));
-  EXPECT_TRUE(SameRect(a.Find(0, 1, 0)->rcItem, 34, 94, 65, 104));
+  EXPECT_EQ(a.Rects({{0, 0, kName, 0}, {0, 1, kName, 0}, {0, 1, 0, 0}}),
+            (Rects{{20, 0, 80, 15}, {0, 67, 100, 82}, {34, 94, 65, 104}}));
+  EXPECT_EQ(std::make_pair(a.Find(0, 0, 1, 0)->rcItem.left, a.Find(0, 0, 1, 1)->rcItem.left), std::make_pair(20, 50));
 
   // A data cell wider than the rest widens its column only where it stands.
   TestArray w;
@@ -145,7 +143,7 @@ TEST(TableArrayLayout, CentringInTheColumn) {
   w.m_Tables = {&wide};
   w.Layout(&right);
   EXPECT_EQ(w.Find(0, 0, 4, 1)->rcItem.right, 60);
-  EXPECT_TRUE(SameRect(w.Find(0, 0, 7, 1)->rcItem, 110, 32, 160, 42));
+  EXPECT_EQ(w.Rects({{0, 0, 7, 1}}), (Rects{{110, 32, 160, 42}}));
   EXPECT_EQ(right, 240);  // 0..60, 80..160, 180..240
 }
 
@@ -156,27 +154,25 @@ TEST(TableArrayLayout, ColumnsAndTheirMeasures) {
   a.m_Tables = {&t, &other};
   std::vector<CTableArrayDrawer::tagItemInfo> column;
   int table = 0, line = 0;
-  a.FormColumn(&column, &table, &line, 77, 1, 1);
-  EXPECT_EQ(column.size(), 13u);  // name, 2 titles, lines 0..4
-  EXPECT_EQ(table, 0);
-  EXPECT_EQ(line, 5);
-  EXPECT_EQ(a.GetMaxTableColumnWidth(&column, 0, 1), 30);
-  EXPECT_EQ(a.GetTableNameWidth(&column, 0), 40);
-  EXPECT_EQ(a.GetTableWidth(&column, 0), 60);
-  EXPECT_EQ(a.GetMaxTableColumnWidth(&column, 1, 0), 0);  // not in this column
-
+  // {size, table, line, widest column 1, name width, table width, widest column 0 of table 1 (not in it)}
+  const auto measures = [&] {
+    return std::vector<int>{static_cast<int>(column.size()),
+                            table,
+                            line,
+                            a.GetMaxTableColumnWidth(&column, 0, 1),
+                            a.GetTableNameWidth(&column, 0),
+                            a.GetTableWidth(&column, 0),
+                            a.GetMaxTableColumnWidth(&column, 1, 0)};
+  };
+  a.FormColumn(&column, &table, &line, 77, 1, 1);  // name, 2 titles, lines 0..4
+  EXPECT_EQ(measures(), (std::vector<int>{13, 0, 5, 30, 40, 60, 0}));
   a.FormColumn(&column, &table, &line, 77, 0, 1);  // lines 5..10, no name
-  EXPECT_EQ(column.front().nLine, CTableDrawer::LINE_HEADER);
-  EXPECT_EQ(line, 11);
-  EXPECT_EQ(a.GetTableNameWidth(&column, 0), 0);
-  EXPECT_EQ(a.GetMaxTableColumnWidth(&column, 0, 1), 50);
-  EXPECT_EQ(a.GetTableWidth(&column, 0), 80);
+  EXPECT_EQ(column.front().nLine, kHeader);
+  EXPECT_EQ(measures(), (std::vector<int>{14, 0, 11, 50, 0, 80, 0}));
 
   a.PushLineToInfo(&column, 0, 3, 100, 110);
   ASSERT_EQ(column.size(), 16u);
-  EXPECT_EQ(column[15].nColumn, 1);
-  EXPECT_EQ(column[15].nLine, 3);
-  EXPECT_TRUE(SameRect(column[15].rcItem, 0, 100, 0, 110));
+  EXPECT_EQ(column[15], (CTableArrayDrawer::tagItemInfo{0, 1, 3, {0, 100, 0, 110}}));
 
   table = 2;  // beyond the tables: the column is left alone
   a.FormColumn(&column, &table, &line, 77, 0, 1);
@@ -194,13 +190,11 @@ TEST(TableArrayLayout, TablesWithoutLinesNeverHang) {
   a.m_Tables = {&empty, &full, &empty};
   EXPECT_EQ(a.Layout(), 1);
   // The table behind an empty one gets its own name and titles.
-  EXPECT_TRUE(SameRect(a.Find(0, 1, CTableDrawer::LINE_NAME)->rcItem, 10, 47, 50, 62));
-  EXPECT_EQ(a.Find(0, 1, 0)->rcItem.top, 74);
-  EXPECT_EQ(a.Find(0, 2, CTableDrawer::LINE_NAME)->rcItem.top, 114);
+  EXPECT_EQ(a.Rects({{0, 1, kName, 0}}), (Rects{{10, 47, 50, 62}}));
+  EXPECT_EQ(std::make_pair(a.Find(0, 1, 0)->rcItem.top, a.Find(0, 2, kName)->rcItem.top), std::make_pair(74, 114));
   a.DrawTableArray(0, nullptr);
-  EXPECT_EQ(empty.drawn.front().pageLines, 0);
-  EXPECT_EQ(full.drawn.front().pageLines, 2);
-  EXPECT_EQ(empty.pageBreaks, 1);
+  EXPECT_EQ(std::make_tuple(empty.drawn.front().pageLines, full.drawn.front().pageLines, empty.pageBreaks),
+            std::make_tuple(0, 2, 1));
   a.m_Tables = {&empty};
   a.SetPage(200, 26);  // its titles need 27
   EXPECT_EQ(a.Layout(), 1);
@@ -220,12 +214,13 @@ TEST(TableArrayLayout, TablesWithoutLinesNeverHang) {
   EXPECT_EQ(a.DataLines(0).size(), 50u);
 }
 
-// Random tables and pages: the layout ends, places every line once, in
-// order, inside its page, and stops only at a table that fits nowhere.
+// Random tables and pages: the layout ends, places every line once, in order, inside its page, and stops only at a
+// table that fits nowhere.
 TEST(TableArrayLayout, RandomLayoutsKeepTheirPromises) {
   std::mt19937 rng(12345);
   auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
   for (int round = 0; round < 300; ++round) {
+    SCOPED_TRACE(round);
     std::vector<FixedTable> tables;
     for (int i = pick(0, 6); i > 0; --i) {
       std::vector<int> widths(static_cast<std::size_t>(pick(0, 3)));
@@ -270,19 +265,19 @@ TEST(TableArrayLayout, RandomLayoutsKeepTheirPromises) {
       for (auto& item : a.m_Pages[static_cast<std::size_t>(p)]) {
         tagSIZE need;  // no cell is narrower than what it holds
         tables[static_cast<std::size_t>(item.nTable)].MeasureItem(item.nLine, item.nColumn, &need);
-        EXPECT_GE(item.rcItem.right - item.rcItem.left, need.cx) << "round " << round;
+        EXPECT_GE(item.rcItem.right - item.rcItem.left, need.cx);
         EXPECT_GE(item.rcItem.left, 0);
         EXPECT_LE(item.rcItem.right, page.right - page.left);
         EXPECT_LE(item.rcItem.bottom, page.bottom - page.top);
       }
       for (auto& tl : a.DataLines(p)) {
-        ASSERT_EQ(tl, std::make_pair(table, line)) << "round " << round;
+        ASSERT_EQ(tl, std::make_pair(table, line));
         ++line;
         skipDone();
       }
     }
     if (table < static_cast<int>(tables.size())) {  // stopped: the last page took nothing
-      EXPECT_FALSE(allFit) << "round " << round;
+      EXPECT_FALSE(allFit);
       ASSERT_GT(pages, 0);
       EXPECT_TRUE(a.m_Pages.back().empty());
       EXPECT_GE(pages, static_cast<int>(rects.size()));
@@ -290,8 +285,7 @@ TEST(TableArrayLayout, RandomLayoutsKeepTheirPromises) {
   }
 }
 
-// Counts out of range: a negative count of lines or columns is none, and no
-// table ever takes the widths of another.
+// A negative count of lines or columns is none, and no table ever takes the widths of another.
 TEST(TableArrayLayout, HostileCountsGetADefinedLayout) {
   FixedTable full(2, {30}), negative(-3, {50, 70});
   struct NegativeColumns : FixedTable {
@@ -303,10 +297,10 @@ TEST(TableArrayLayout, HostileCountsGetADefinedLayout) {
   EXPECT_EQ(a.Layout(), 1);
   const auto* header = a.Find(0, 1, CTableDrawer::LINE_HEADER, 1);
   ASSERT_NE(header, nullptr);
-  EXPECT_EQ(header->rcItem.right - header->rcItem.left, 70);  // its own title width
-  EXPECT_EQ(a.GetMaxItemHeight(1, CTableDrawer::LINE_HEADER), 12);
-  EXPECT_EQ(a.GetMaxItemHeight(2, 0), 0);
-  EXPECT_EQ(a.GetMaxItemHeight(-1, 0), 0);
+  // Its own title width, its titles' height; none for no columns and no table.
+  EXPECT_EQ(std::make_tuple(header->rcItem.right - header->rcItem.left, a.GetMaxItemHeight(1, kHeader),
+                            a.GetMaxItemHeight(2, 0), a.GetMaxItemHeight(-1, 0)),
+            std::make_tuple(70, 12, 0, 0));
 }
 
 TEST(TableArrayDraw, OffsetsClipAndPageLines) {
@@ -317,11 +311,14 @@ TEST(TableArrayDraw, OffsetsClipAndPageLines) {
   ASSERT_EQ(a.Layout(), 1);
 
   a.DrawTableArray(0, nullptr);
+  // {line, column, rect, lines on the page} of each cell drawn.
+  const auto drawn = [&](std::size_t i) {
+    const FixedTable::Drawn& d = t.drawn.at(i);
+    return std::make_tuple(d.line, d.column, d.rect.left, d.rect.top, d.rect.right, d.rect.bottom, d.pageLines);
+  };
   ASSERT_EQ(t.drawn.size(), 9u);  // name, 2 titles, 3 lines of 2 cells
-  EXPECT_EQ(t.drawn[0].line, CTableDrawer::LINE_NAME);
-  EXPECT_TRUE(SameRect(t.drawn[0].rect, 50, 70, 110, 85));
-  EXPECT_TRUE(SameRect(t.drawn[8].rect, 80, 117, 110, 127));
-  EXPECT_EQ(t.drawn[8].pageLines, 3);
+  EXPECT_EQ(drawn(0), std::make_tuple(kName, 0, 50, 70, 110, 85, 3));
+  EXPECT_EQ(drawn(8), std::make_tuple(2, 1, 80, 117, 110, 127, 3));
   EXPECT_EQ(t.pageBreaks, 1);
 
   // The clip is a view: only cells it meets, relative to its corner.
@@ -329,10 +326,8 @@ TEST(TableArrayDraw, OffsetsClipAndPageLines) {
   tagRECT clip{85, 100, 200, 112};
   a.DrawTableArray(0, &clip);
   ASSERT_EQ(t.drawn.size(), 2u);
-  EXPECT_EQ(t.drawn[0].line, 0);
-  EXPECT_EQ(t.drawn[0].column, 1);
-  EXPECT_TRUE(SameRect(t.drawn[0].rect, -5, -3, 25, 7));
-  EXPECT_TRUE(SameRect(t.drawn[1].rect, -5, 7, 25, 17));
+  EXPECT_EQ(drawn(0), std::make_tuple(0, 1, -5, -3, 25, 7, 3));
+  EXPECT_EQ(drawn(1), std::make_tuple(1, 1, -5, 7, 25, 17, 3));
   EXPECT_EQ(t.pageBreaks, 2);
 
   t.drawn.clear();
@@ -352,8 +347,7 @@ TEST(TableArrayDraw, PageLinesAndPageBreaksOverSeveralPages) {
   TestArray a;
   a.m_Tables = {&longer, &shorter};
   a.SetPage(199, 77);
-  // Page 0: lines 0..4 and 5..10 of longer; page 1: 11..15 and 16..19;
-  // shorter does not fit under them and goes to page 2.
+  // Page 0: lines 0..10 of longer; page 1: 11..19; shorter does not fit under them and goes to page 2.
   ASSERT_EQ(a.Layout(), 3);
   std::vector<int> perPage;
   for (int p = 0; p < 3; ++p) {
@@ -362,9 +356,8 @@ TEST(TableArrayDraw, PageLinesAndPageBreaksOverSeveralPages) {
     if (!longer.drawn.empty()) perPage.push_back(longer.drawn.back().pageLines);
   }
   EXPECT_EQ(perPage, (std::vector<int>{11, 9}));
-  EXPECT_EQ(longer.pageBreaks, 2);
-  EXPECT_EQ(shorter.pageBreaks, 1);
-  EXPECT_EQ(shorter.drawn.back().pageLines, 2);
+  EXPECT_EQ(std::make_tuple(longer.pageBreaks, shorter.pageBreaks, shorter.drawn.back().pageLines),
+            std::make_tuple(2, 1, 2));
 }
 
 namespace {
@@ -375,8 +368,7 @@ struct Outcome {
   std::vector<std::vector<CTableArrayDrawer::tagItemInfo>> layout;
 };
 
-// The best order found the slow way: every order listed up front, each laid
-// out, fewest pages first, then the smallest last right edge, earliest wins.
+// The best order the slow way: every order laid out; fewest pages, then the smallest last right edge, then earliest.
 Outcome BruteForce(const std::vector<CTableDrawer*>& tables, tagRECT page, bool* rightsDiffer, bool* tied,
                    bool* startLoses) {
   std::vector<std::vector<int>> orders;
@@ -412,6 +404,7 @@ TEST(TableArrayOrder, OptimalMatchesEveryOrderTriedUpFront) {
   auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
   bool rightsDiffer = false, tied = false, startLoses = false;
   for (int round = 0; round < 40; ++round) {
+    SCOPED_TRACE(round);
     std::vector<FixedTable> tables;
     const int n = pick(1, 5);
     for (int i = 0; i < n; ++i) {
@@ -434,20 +427,17 @@ TEST(TableArrayOrder, OptimalMatchesEveryOrderTriedUpFront) {
     a.m_Tables = start;
     int pages = -1;
     a.CalcLayoutOptimal(2.0f, &pages);
-    EXPECT_EQ(pages, expected.pages) << "round " << round;
-    EXPECT_EQ(a.m_Tables, expected.order) << "round " << round;
-    EXPECT_TRUE(a.m_Pages == expected.layout) << "round " << round;
+    EXPECT_EQ(pages, expected.pages);
+    EXPECT_EQ(a.m_Tables, expected.order);
+    EXPECT_TRUE(a.m_Pages == expected.layout);
     EXPECT_FLOAT_EQ(tables[0].ScaleFactor(), 2.0f);
   }
   // The rounds must have exercised each rule, or the comparison proves little.
-  EXPECT_TRUE(startLoses);
-  EXPECT_TRUE(rightsDiffer);
-  EXPECT_TRUE(tied);
+  EXPECT_TRUE(startLoses && rightsDiffer && tied) << startLoses << rightsDiffer << tied;
 }
 
 TEST(TableArrayOrder, FewerPagesThenNarrowerThenEarlier) {
-  // One column per page, 100 high: a 6-line table (87) leaves no room, so
-  // the two 1-line tables (37 each, 94 together) must share a page.
+  // One column a page, 100 high: a 6-line table (87) leaves no room; two 1-line ones (37 each) share a page.
   FixedTable big(6, {30}), small1(1, {30}), small2(1, {30});
   TestArray a;
   a.SetPage(70, 100);
@@ -458,9 +448,7 @@ TEST(TableArrayOrder, FewerPagesThenNarrowerThenEarlier) {
   EXPECT_EQ(pages, 2);
   EXPECT_EQ(a.m_Tables, (std::vector<CTableDrawer*>{&small1, &small2, &big}));
 
-  // One page in every order: the smallest last right edge wins, and of the
-  // orders that reach it the earliest. b and c share a column unless the
-  // tall a comes between them.
+  // One page in every order: the smallest last right edge wins, then the earliest; b and c share a column.
   FixedTable b(1, {20}), tall(6, {60}), c(1, {20});
   b.nameW = c.nameW = 20;
   a.SetPage(500, 100);

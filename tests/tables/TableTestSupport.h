@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <map>
 #include <vector>
 
@@ -98,7 +99,20 @@ class TestArray : public CTableArrayDrawer {
       if (i.nTable == table && i.nLine == line && i.nColumn == column) return &i;
     return nullptr;
   }
+  // The rectangles of the items named {page, table, line, column}; {-1, -1, -1, -1} where there is none.
+  std::vector<std::array<LONG, 4>> Rects(std::vector<std::array<int, 4>> items) const {
+    std::vector<std::array<LONG, 4>> out;
+    for (const auto& k : items) {
+      const tagItemInfo* i = Find(k[0], k[1], k[2], k[3]);
+      out.push_back(i ? std::array<LONG, 4>{i->rcItem.left, i->rcItem.top, i->rcItem.right, i->rcItem.bottom}
+                      : std::array<LONG, 4>{-1, -1, -1, -1});
+    }
+    return out;
+  }
 };
+using Rects = std::vector<std::array<LONG, 4>>;
+constexpr int kName = CTableDrawer::LINE_NAME, kHeader = CTableDrawer::LINE_HEADER,
+              kContinued = CTableDrawer::LINE_NAME_CONTINUED;
 
 inline bool SameRect(const tagRECT& a, int l, int t, int r, int b) {
   return a.left == l && a.top == t && a.right == r && a.bottom == b;

@@ -44,10 +44,12 @@ struct Shown {
     QApplication::sendEvent(w, &e);
   }
   QImage Saved(const char* name) {
-    const std::wstring path = TestPath(name);
-    EXPECT_EQ(S_OK, g.SaveImage(path.c_str()));
-    return LoadPng(path);
+    const QImage img = ::Saved(g, name);
+    EXPECT_FALSE(img.isNull()) << name;
+    return img;
   }
+  QImage Grab() { return w->grab().toImage().convertToFormat(QImage::Format_RGB32); }
+  void RightClick() { QTest::mouseClick(w, Qt::RightButton, Qt::NoModifier, QPoint(50, 50)); }
 };
 
 // Calls act on the widget that find gives, once there is one: polled, since a
@@ -60,9 +62,8 @@ void WhenOpen(Find find, Act act, int triesLeft = 250) {
   });
 }
 
-// Picks the menu entry of that text once the context menu is open; then, for
-// an entry that opens a file dialog, types the path into it and accepts.
-void AnswerMenu(const QString& entry, const QString& path = QString()) {
+// Opens the context menu and picks the entry of that text; for an entry that opens a file dialog, types the path.
+void AnswerMenu(Shown& s, const QString& entry, const QString& path = QString()) {
   WhenOpen([] { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); },
            [entry, path](QMenu* menu) {
              for (QAction* a : menu->actions())
@@ -77,6 +78,7 @@ void AnswerMenu(const QString& entry, const QString& path = QString()) {
              }
              QTest::keyClick(menu, Qt::Key_Return);
            });
+  s.RightClick();
 }
 
 }  // namespace
@@ -141,11 +143,10 @@ TEST(Interaction, ReadoutIsAnOverlayThatLeavesWithTheMouse) {
   s.g.SetCurveStyle(1, L"clean", 0xFFFFD000u, 1.0f);
   s.Wheel(QPoint(kW / 2, kH / 2), 240);
   const QImage frame = s.Saved("readout_frame.png");
-  const auto grab = [&] { return s.w->grab().toImage().convertToFormat(QImage::Format_RGB32); };
-  const QImage still = grab();
+  const QImage still = s.Grab();
   QTest::mouseMove(s.w, QPoint(100, 120));
   COrvekGlobals::PumpMessages(20);
-  const QImage over = grab();
+  const QImage over = s.Grab();
   ASSERT_TRUE(over.save(QString::fromStdWString(TestPath("graph_readout.png"))));
   int changed = 0, farAway = 0;
   for (int y = 0; y < kH; ++y)
@@ -161,7 +162,7 @@ TEST(Interaction, ReadoutIsAnOverlayThatLeavesWithTheMouse) {
   QEvent leave(QEvent::Leave);
   QApplication::sendEvent(s.w, &leave);
   COrvekGlobals::PumpMessages(20);
-  EXPECT_EQ(still, grab());
+  EXPECT_EQ(still, s.Grab());
 }
 
 TEST(Interaction, PauseByKeyAndMenuAndExportFromTheMenu) {
@@ -171,44 +172,36 @@ TEST(Interaction, PauseByKeyAndMenuAndExportFromTheMenu) {
   const QImage paused = s.Saved("paused.png");
   s.Feed(0.25);  // intake goes on
   EXPECT_EQ(paused, s.Saved("paused2.png"));
-  const QImage marked = s.w->grab().toImage().convertToFormat(QImage::Format_RGB32);
-  EXPECT_NE(paused.convertToFormat(QImage::Format_RGB32), marked) << "a mark says it is paused";
+  EXPECT_NE(paused.convertToFormat(QImage::Format_RGB32), s.Grab()) << "a mark says it is paused";
 
-  AnswerMenu(QStringLiteral("Resume"));
-  QTest::mouseClick(s.w, Qt::RightButton, Qt::NoModifier, QPoint(50, 50));
+  AnswerMenu(s, QStringLiteral("Resume"));
   EXPECT_TRUE(WaitFor([&] { return !s.g.IsPaused(); }));
   EXPECT_NE(paused, s.Saved("resumed.png")) << "the newest data show";
 
   const QString csv = QString::fromStdWString(TestPath("menu_export.csv"));
   QFile::remove(csv);
-  AnswerMenu(QStringLiteral("Export data..."), csv);
-  QTest::mouseClick(s.w, Qt::RightButton, Qt::NoModifier, QPoint(50, 50));
+  AnswerMenu(s, QStringLiteral("Export data..."), csv);
   QFile f(csv);
   ASSERT_TRUE(WaitFor([&] { return f.exists(); }));
   ASSERT_TRUE(f.open(QIODevice::ReadOnly));
   const QList<QByteArray> lines = f.readAll().split('\n');
   ASSERT_EQ(1002, lines.size());  // header, 1000 samples, the empty rest
-  EXPECT_EQ("x,curve 1,curve 2", lines[0]);
-  EXPECT_TRUE(lines[1].startsWith("0,0,0"));
+  EXPECT_TRUE(lines[0] == "x,curve 1,curve 2" && lines[1].startsWith("0,0,0")) << lines[0].data();
   EXPECT_EQ(E_POINTER, s.g.ExportData(nullptr));
 
   // Save image... writes what the user sees, legend included; Copy image puts the same picture on the clipboard.
   s.g.SetCurveStyle(0, L"named", 0, 0);
   const QString png = QString::fromStdWString(TestPath("menu_image.png"));
   QFile::remove(png);
-  AnswerMenu(QStringLiteral("Save image..."), png);
-  QTest::mouseClick(s.w, Qt::RightButton, Qt::NoModifier, QPoint(50, 50));
+  AnswerMenu(s, QStringLiteral("Save image..."), png);
   ASSERT_TRUE(WaitFor([&] { return QFile::exists(png); }));
-  const QImage saved(png);
+  const QImage saved = QImage(png).convertToFormat(QImage::Format_RGB32);
   EXPECT_EQ(QSize(kW, kH), saved.size());
-  EXPECT_NE(s.Saved("menu_frame.png").convertToFormat(QImage::Format_RGB32),
-            saved.convertToFormat(QImage::Format_RGB32));
+  EXPECT_NE(s.Saved("menu_frame.png").convertToFormat(QImage::Format_RGB32), saved);
   QGuiApplication::clipboard()->clear();
-  AnswerMenu(QStringLiteral("Copy image"));
-  QTest::mouseClick(s.w, Qt::RightButton, Qt::NoModifier, QPoint(50, 50));
+  AnswerMenu(s, QStringLiteral("Copy image"));
   ASSERT_TRUE(WaitFor([&] { return !QGuiApplication::clipboard()->image().isNull(); }));
-  EXPECT_EQ(saved.convertToFormat(QImage::Format_RGB32),
-            QGuiApplication::clipboard()->image().convertToFormat(QImage::Format_RGB32));
+  EXPECT_EQ(saved, QGuiApplication::clipboard()->image().convertToFormat(QImage::Format_RGB32));
 }
 
 // The host may end the graph while the user has its menu open.
@@ -219,9 +212,9 @@ TEST(Interaction, DestroyWhileTheMenuIsOpen) {
              s.g.Destroy();
              menu->close();
            });
-  QTest::mouseClick(s.w, Qt::RightButton, Qt::NoModifier, QPoint(50, 50));
+  s.RightClick();
   EXPECT_EQ(nullptr, s.g.m_pDrawer);
-  QTest::mouseClick(s.w, Qt::RightButton, Qt::NoModifier, QPoint(50, 50));  // no menu now
+  s.RightClick();  // no menu now
   EXPECT_EQ(nullptr, QApplication::activePopupWidget());
 }
 
@@ -230,8 +223,7 @@ TEST(Interaction, LegendNamesCurvesAndHidesThemOnClick) {
   const QImage before = s.w->grab().toImage();
   s.g.SetCurveStyle(1, L"second", 0xFFFF00FFu, 1.0f);
   COrvekGlobals::PumpMessages(20);
-  const QImage legend = s.w->grab().toImage();
-  EXPECT_NE(before, legend);
+  EXPECT_NE(before, s.w->grab().toImage());
   // The entry sits in the top right corner, inside the frame.
   QTest::mouseClick(s.w, Qt::LeftButton, Qt::NoModifier, QPoint(kW - 20, 15));
   EXPECT_TRUE(s.g.m_pDrawer->GetCurveStyle(1).bHidden);

@@ -38,24 +38,22 @@ TEST(GraphsWindow, LayoutKeepsSizesMovesOverlapsAndLeavesGaps) {
   ASSERT_EQ(3u, w.m_graphs.size());
   ASSERT_TRUE(w.m_graphs[0] && w.m_graphs[1] && !w.m_graphs[2]);
   EXPECT_EQ(1, w.m_graphs[1]->m_nCurves);
-  for (int i = 0; i < 2; ++i) {
-    CRect child;
-    w.m_graphs[static_cast<std::size_t>(i)]->GetWindowRect(&child);
-    w.ScreenToClient(&child);
-    EXPECT_EQ(CRect(info[i].rcWindow), child) << "graph " << i;
-  }
   for (int i = 0; i < 3; ++i) {
+    CRect child;
+    if (i < 2) {
+      w.m_graphs[static_cast<std::size_t>(i)]->GetWindowRect(&child);
+      w.ScreenToClient(&child);
+      EXPECT_EQ(CRect(info[i].rcWindow), child) << "graph " << i;
+    }
     EXPECT_EQ(S_OK, w.GetGraphWndRect(i, &rc));
     EXPECT_EQ(CRect(info[i].rcWindow), rc);
   }
 
   // The gap takes every call and does nothing.
   const float block[4] = {1, 2, 3, 4};
-  EXPECT_EQ(S_OK, w.DrawGraph<float>(2, block, 4, 1, 0));
-  EXPECT_EQ(1, w.IsGraphDrawed(2));
-  EXPECT_EQ(S_OK, w.SetROIAutoY(2, 0, 4, 0, 1, 4, 4));
-  EXPECT_EQ(S_OK, w.HighlightCurve(2, 0, 1, 0));
-  EXPECT_EQ(S_OK, w.ResetAdaptation(2));
+  EXPECT_EQ((std::vector<LONG>{w.DrawGraph<float>(2, block, 4, 1, 0), w.SetROIAutoY(2, 0, 4, 0, 1, 4, 4),
+                               w.HighlightCurve(2, 0, 1, 0), w.ResetAdaptation(2), w.IsGraphDrawed(2)}),
+            (std::vector<LONG>{S_OK, S_OK, S_OK, S_OK, 1}));
   // A curve beyond the graph is dropped without failure.
   EXPECT_EQ(S_OK, w.DrawGraph<float>(0, block, 4, 1, 5));
   EXPECT_EQ(1, w.IsGraphDrawed(0));
@@ -87,20 +85,21 @@ TEST(GraphsWindow, IndexesOutsideTheListAndAnEmptyWindowFail) {
   const double block[3] = {1, 2, 3};
   CRect rc;
   for (int bad : {2, 100, -1}) {
-    EXPECT_EQ(E_FAIL, w.DrawGraph<double>(bad, block, 3, 1, 0)) << bad;
-    EXPECT_EQ(E_FAIL, w.DrawGraphHistory<double>(bad, block, 3, 10, 1, 0));
-    EXPECT_EQ(E_FAIL, w.DrawGraphAvg<double>(bad, block, 3, 0.5, 1, 0));
-    EXPECT_EQ(E_FAIL, w.SetROI(bad, 0, 3, 0, 1, 2, -1, 1, -1, 1, 2));
-    EXPECT_EQ(E_FAIL, w.SetROIAutoY(bad, 0, 3, 0, 1, 2, 2));
-    EXPECT_EQ(E_FAIL, w.HighlightCurve(bad, 0, 1, 0));
-    EXPECT_EQ(E_FAIL, w.UnhighlightCurve(bad, 0));
-    EXPECT_EQ(E_FAIL, w.ResetAdaptation(bad));
-    EXPECT_EQ(E_FAIL, w.GetGraphWndRect(bad, &rc));
+    const std::vector<LONG> results = {w.DrawGraph<double>(bad, block, 3, 1, 0),
+                                       w.DrawGraphHistory<double>(bad, block, 3, 10, 1, 0),
+                                       w.DrawGraphAvg<double>(bad, block, 3, 0.5, 1, 0),
+                                       w.SetROI(bad, 0, 3, 0, 1, 2, -1, 1, -1, 1, 2),
+                                       w.SetROIAutoY(bad, 0, 3, 0, 1, 2, 2),
+                                       w.HighlightCurve(bad, 0, 1, 0),
+                                       w.UnhighlightCurve(bad, 0),
+                                       w.ResetAdaptation(bad),
+                                       w.GetGraphWndRect(bad, &rc),
+                                       w.SetCurveStyle(bad, 0, L"x", 0, 0),
+                                       w.SetPaused(bad, TRUE),
+                                       w.ResetView(bad),
+                                       w.ExportData(bad, L"x.csv")};
+    EXPECT_EQ(std::vector<LONG>(13, E_FAIL), results) << bad;
     EXPECT_EQ(1, w.IsGraphDrawed(bad));
-    EXPECT_EQ(E_FAIL, w.SetCurveStyle(bad, 0, L"x", 0, 0));
-    EXPECT_EQ(E_FAIL, w.SetPaused(bad, TRUE));
-    EXPECT_EQ(E_FAIL, w.ResetView(bad));
-    EXPECT_EQ(E_FAIL, w.ExportData(bad, L"x.csv"));
   }
   // The user's operations reach the graph they name.
   EXPECT_EQ(S_OK, w.SetCurveStyle(1, 0, L"volts", 0xFF00FF00u, 3.0f));
@@ -113,30 +112,27 @@ TEST(GraphsWindow, IndexesOutsideTheListAndAnEmptyWindowFail) {
   EXPECT_FALSE(w.m_graphs[0]->m_pDrawer->HasUserView());
   EXPECT_EQ(S_OK, w.SetColorScheme(eSchemeLight));
   EXPECT_EQ(eSchemeLight, w.m_graphs[1]->m_pDrawer->GetColorScheme());
-  EXPECT_EQ(E_POINTER, w.ExportData(0, nullptr));
-  EXPECT_EQ(E_FAIL, w.ExportData(0, L"/nonexistent-folder/x.csv"));
-  EXPECT_EQ(E_POINTER, w.GetGraphWndRect(0, nullptr));
+  EXPECT_EQ((std::vector<LONG>{E_POINTER, E_FAIL, E_POINTER}),
+            (std::vector<LONG>{w.ExportData(0, nullptr), w.ExportData(0, L"/nonexistent-folder/x.csv"),
+                               w.GetGraphWndRect(0, nullptr)}));
 
   // Unhighlighting one curve leaves the other.
   EXPECT_EQ(S_OK, w.HighlightCurve(0, 1, 3, 0));
   EXPECT_EQ(S_OK, w.HighlightCurve(0, 0, 2, 1));
   EXPECT_EQ(S_OK, w.UnhighlightCurve(0, 0));
-  EXPECT_EQ(std::make_pair(0, 0), w.m_graphs[0]->m_pDrawer->m_highlights[0]);
-  EXPECT_EQ(std::make_pair(0, 2), w.m_graphs[0]->m_pDrawer->m_highlights[1]);
+  EXPECT_EQ((std::vector<std::pair<int, int>>{{0, 0}, {0, 2}}), w.m_graphs[0]->m_pDrawer->m_highlights);
   EXPECT_EQ(S_OK, w.DrawGraph<double>(1, block, 3, 1, 0));
   EXPECT_EQ(S_OK, w.ResetAdaptation());
-  EXPECT_EQ(1, w.m_graphs[0]->m_pDrawer->m_bResetAdaptation);
-  EXPECT_EQ(1, w.m_graphs[1]->m_pDrawer->m_bResetAdaptation);
+  EXPECT_TRUE(w.m_graphs[0]->m_pDrawer->m_bResetAdaptation == 1 && w.m_graphs[1]->m_pDrawer->m_bResetAdaptation == 1);
   w.Destroy();
 
   CGraphsWindow empty;
   ASSERT_EQ(1, empty.Create(nullptr, 0, nullptr, 25.0f));
   empty.GetClientRect(&rc);
   EXPECT_EQ(CRect(0, 0, 10, 0), rc);
-  EXPECT_EQ(E_FAIL, empty.DrawGraph<double>(0, block, 3, 1, 0));
-  EXPECT_EQ(E_FAIL, empty.ResetAdaptation());
-  EXPECT_EQ(E_FAIL, empty.ResetAdaptation(0));
-  EXPECT_EQ(E_FAIL, empty.SetColorScheme(eSchemeDark));
+  EXPECT_EQ(std::vector<LONG>(4, E_FAIL),
+            (std::vector<LONG>{empty.DrawGraph<double>(0, block, 3, 1, 0), empty.ResetAdaptation(),
+                               empty.ResetAdaptation(0), empty.SetColorScheme(eSchemeDark)}));
   // The title is empty until the host gives one; a live window takes it at once.
   const auto title = [](CWnd& wnd) {
     CStringW text;
@@ -177,12 +173,10 @@ TEST(GraphsWindow, AfterClosingCallsFailAndRectanglesRemain) {
       EXPECT_TRUE(::IsWindow(h)) << "Destroy ends the graphs, not the window";
     }
     EXPECT_TRUE(w->m_graphs.empty());
-    EXPECT_EQ(E_FAIL, w->DrawGraph<short>(0, block, 2, 1, 0));
-    EXPECT_EQ(E_FAIL, w->SetROIAutoY(0, 0, 2, 0, 1, 2, 2));
-    EXPECT_EQ(E_FAIL, w->ResetAdaptation());
-    EXPECT_EQ(1, w->IsGraphDrawed(0));
     CRect rc;
-    EXPECT_EQ(S_OK, w->GetGraphWndRect(0, &rc));
+    EXPECT_EQ((std::vector<LONG>{E_FAIL, E_FAIL, E_FAIL, 1, S_OK}),
+              (std::vector<LONG>{w->DrawGraph<short>(0, block, 2, 1, 0), w->SetROIAutoY(0, 0, 2, 0, 1, 2, 2),
+                                 w->ResetAdaptation(), w->IsGraphDrawed(0), w->GetGraphWndRect(0, &rc)}));
     EXPECT_EQ(CRect(10, 10, 250, 170), rc);
     if (byUser) {
       w->ShowWindow();
@@ -196,49 +190,39 @@ TEST(GraphsWindow, AfterClosingCallsFailAndRectanglesRemain) {
 }
 
 TEST(GraphsWindow, ToolWindowsOfOneParentKeepOffEachOther) {
-  tagGraphWndInfo info[] = {{{0, 0, 300, 200}, L"a", nullptr, nullptr, 1}};
-  CGraphsWindow first;
-  ASSERT_EQ(1, first.Create(info, 1, nullptr, 25.0f));
-  CRect r1;
-  first.GetWindowRect(&r1);
+  // Opens a window of one 300 x 200 graph and gives its frame.
+  const auto open = [](CGraphsWindow& w, CWnd* parent) {
+    tagGraphWndInfo info[] = {{{0, 0, 300, 200}, L"a", nullptr, nullptr, 1}};
+    CRect r(-1, -1, -1, -1);
+    EXPECT_EQ(1, w.Create(info, 1, parent, 25.0f));
+    w.GetWindowRect(&r);
+    return r;
+  };
+  CGraphsWindow first, second, owned, third;
+  const CRect r1 = open(first, nullptr);
   first.ShowWindow();
   CRect shown;
   first.GetWindowRect(&shown);
   EXPECT_EQ(r1, shown) << "the first has no obstacles and stays centred";
 
-  info[0].rcWindow = CRect(0, 0, 300, 200);
-  CGraphsWindow second;
-  ASSERT_EQ(1, second.Create(info, 1, nullptr, 25.0f));
-  CRect r2, gap(r1);
-  second.GetWindowRect(&r2);
+  const CRect r2 = open(second, nullptr);
+  CRect gap(r1), overlap;
   EXPECT_EQ(r1.Size(), r2.Size());
   gap.InflateRect(10, 10);
-  CRect overlap;
   EXPECT_FALSE(overlap.IntersectRect(&gap, &r2)) << "registration moved it off the visible first window";
   EXPECT_TRUE(r2.left == gap.right || r2.right == gap.left || r2.top == gap.bottom || r2.bottom == gap.top)
       << "placed against the gap";
 
-  // A window of another parent is no obstacle: centred over a host window
-  // that shares the first one's centre, it stays on top of the first.
+  // A window of another parent is no obstacle: centred over a host that shares the first's centre, it covers the first.
   CHostWindow host;
   const CPoint centre = r1.CenterPoint();
   ASSERT_TRUE(host.CreateEx(0, nullptr, L"host", WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_VISIBLE,
                             CRect(centre.x - 200, centre.y - 150, centre.x + 200, centre.y + 150), nullptr, 0));
-  info[0].rcWindow = CRect(0, 0, 300, 200);
-  CGraphsWindow owned;
-  ASSERT_EQ(1, owned.Create(info, 1, &host, 25.0f));
-  CRect r4;
-  owned.GetWindowRect(&r4);
-  EXPECT_EQ(r1, r4);
+  EXPECT_EQ(r1, open(owned, &host));
 
   // A hidden window is no obstacle: a third one opens where the first is.
   first.HideWindow();
-  info[0].rcWindow = CRect(0, 0, 300, 200);
-  CGraphsWindow third;
-  ASSERT_EQ(1, third.Create(info, 1, nullptr, 25.0f));
-  CRect r3;
-  third.GetWindowRect(&r3);
-  EXPECT_EQ(r1, r3);
+  EXPECT_EQ(r1, open(third, nullptr));
   EXPECT_NE(ClientOnScreen(third), ClientOnScreen(second));
 }
 
@@ -252,13 +236,8 @@ TEST(GraphsWindow, CapturedWindowShowsBlackMarginAndEveryGraph) {
     ASSERT_EQ(S_OK, w.SetROI(i, 0, 640, 0, 1, 4, -1.2, 1.2, -1.2f, 1.2f, 4));
     ASSERT_EQ(S_OK, w.DrawGraph<float>(i, block.data(), 640, 1, 0));
   }
-  // Hidden: the capture composes what waits.
-  const std::wstring path = TestPath("graphs_window.png");
-  ASSERT_EQ(S_OK, w.SaveImage(path.c_str()));
-  const QImage img = LoadPng(path);
-  CRect client;
-  w.GetClientRect(&client);
-  ASSERT_EQ(QSize(client.Width(), client.Height()), img.size());
+  const QImage img = Saved(w, "graphs_window.png");  // hidden: the capture composes what waits
+  ASSERT_EQ(ClientSize(w), img.size());
   EXPECT_EQ(0u, img.pixel(3, 3) & 0xFFFFFFu) << "the black ground in the margin";
   for (int i = 0; i < 2; ++i) {
     const CRect r(info[i].rcWindow);
@@ -362,14 +341,14 @@ TEST(Resize, GraphsWindowMadeAgainAnswersItsNewRectangles) {
   w.Destroy();
 }
 
-// Four host threads feed four graphs as fast as they can while the GUI
-// thread closes the window after a short random time, in one of three ways.
-// Every feeder must end on E_FAIL, and nothing may crash or hang.
+// Four host threads feed four graphs while the GUI thread closes the window after a short random time, in one of
+// three ways: every feeder ends on E_FAIL, and nothing crashes or hangs.
 TEST(GraphsWindowStress, CloseWhileFeeding) {
   std::mt19937 rng(20240611);
   std::uniform_int_distribution<int> delay(0, 15);
   long long totalCalls = 0;
   for (int round = 0; round < 200; ++round) {
+    SCOPED_TRACE(round);
     tagGraphWndInfo info[4];
     for (int i = 0; i < 4; ++i) info[i] = tagGraphWndInfo{{0, 0, 220, 140}, L"feed", L"n", L"v", i == 3 ? 2 : 1};
     auto* w = new CGraphsWindow;
@@ -414,7 +393,7 @@ TEST(GraphsWindowStress, CloseWhileFeeding) {
     }
     for (auto& t : feeders) t.join();
     for (int g = 0; g < 4; ++g) {
-      EXPECT_EQ(E_FAIL, last[g]) << "round " << round << " graph " << g;
+      EXPECT_EQ(E_FAIL, last[g]) << "graph " << g;
       totalCalls += calls[g];
     }
     delete w;

@@ -25,6 +25,13 @@ inline std::wstring TestPath(const char* name) {
 
 inline QImage LoadPng(const std::wstring& path) { return QImage(QString::fromStdWString(path)); }
 
+// The window's own capture, written to the test folder and read back; a null image where it failed.
+template <typename Window>
+QImage Saved(Window& w, const char* name) {
+  const std::wstring path = TestPath(name);
+  return w.SaveImage(path.c_str()) == S_OK ? LoadPng(path) : QImage();
+}
+
 // The first curve's pen (0xC080FF00) over the black ground.
 inline bool IsCurvePixel(QRgb p) { return qGreen(p) > 150 && qRed(p) > 60 && qRed(p) < 140 && qBlue(p) < 40; }
 
@@ -37,6 +44,13 @@ inline QSize ClientSize(const CWnd& w) {
   CRect rc;
   w.GetClientRect(&rc);
   return QSize(rc.Width(), rc.Height());
+}
+
+// Feeds a graph's curve and waits until a paint has drawn it.
+template <typename T>
+bool DrawnAndSettled(CGraphWnd& g, const std::vector<T>& block, int curve = 0) {
+  g.DrawGraph<T>(curve, block.data(), static_cast<int>(block.size()), 1);
+  return WaitFor([&] { return g.IsDrawed() == 1 && g.m_pDrawer->m_bDataPending == 0; });
 }
 
 // Resizes a top-level window as a user's drag does and waits for the layout.
