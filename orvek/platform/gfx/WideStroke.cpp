@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include <orvek/platform/core/VectorState_p.h>
+
 namespace orvek_gfx {
 
 namespace {
@@ -40,6 +42,7 @@ WideStroker& ThreadStroker() {
 
 void WideStroker::Stroke(const PixelTarget& target, const Gdiplus::PointF* points, int count, float width,
                          std::uint32_t argb, float scale, float shift) {
+  orvek_core::ClearUpperVectorState();
   if (!target.bits || count < 2 || !(width > 0) || !std::isfinite(width)) return;
   const int left = std::max(target.clipLeft, 0), right = std::min(target.clipRight, target.width);
   const int top = std::max(target.clipTop, 0), bottom = std::min(target.clipBottom, target.height);
@@ -69,6 +72,7 @@ void WideStroker::Stroke(const PixelTarget& target, const Gdiplus::PointF* point
       if (m_run.empty() || p.X != m_run.back().X || p.Y != m_run.back().Y) m_run.push_back(p);
       continue;
     }
+    if (m_run.size() >= 3) Thin();
     if (m_run.size() >= 2) {
       float x0 = m_run[0].X, x1 = x0, y0 = m_run[0].Y, y1 = y0;
       for (const Gdiplus::PointF& p : m_run) {
@@ -88,6 +92,56 @@ void WideStroker::Stroke(const PixelTarget& target, const Gdiplus::PointF* point
   clipped.clipTop = top;
   clipped.clipBottom = bottom;
   Blend(clipped, argb);
+}
+
+// Chains of segments shorter than a quarter of a pixel, as the dense samples
+// of a smooth curve give, keep only the points that lie more than a 256th of a
+// pixel off the line through the points kept around them: the directions of
+// such short segments in single precision are noise, and every join would add
+// that noise to the coverage. A chain is thinned in pieces of a bounded
+// number of points, so that its cost stays linear.
+void WideStroker::Thin() {
+  constexpr float kShort = 0.25f * 0.25f, kOff = 1.0f / 256.0f;
+  constexpr std::size_t kPiece = 1024;
+  const std::size_t n = m_run.size();
+  std::size_t to = 1;  // points kept so far, written over those read already
+  for (std::size_t i = 0; i + 1 < n;) {
+    std::size_t e = i;  // a chain of short segments from i to e
+    while (e + 1 < n && e - i < kPiece) {
+      const float dx = m_run[e + 1].X - m_run[e].X, dy = m_run[e + 1].Y - m_run[e].Y;
+      if (dx * dx + dy * dy >= kShort) break;
+      ++e;
+    }
+    if (e == i) {  // a long segment
+      m_run[to++] = m_run[++i];
+      continue;
+    }
+    m_keep.assign(e - i + 1, 0);
+    m_spans.assign(1, {i, e});
+    while (!m_spans.empty()) {
+      const auto [a, b] = m_spans.back();
+      m_spans.pop_back();
+      const Gdiplus::PointF pa = m_run[a];
+      const float dx = m_run[b].X - pa.X, dy = m_run[b].Y - pa.Y;
+      const float len = std::sqrt(dx * dx + dy * dy);
+      float far = 0;
+      std::size_t at = a;
+      for (std::size_t k = a + 1; k < b; ++k) {
+        const float ex = m_run[k].X - pa.X, ey = m_run[k].Y - pa.Y;
+        // The distance to the line, or to the point when both ends are one.
+        const float d = len > 0 ? std::fabs(ex * dy - ey * dx) / len : std::sqrt(ex * ex + ey * ey);
+        if (d > far) far = d, at = k;
+      }
+      if (far <= kOff) continue;
+      m_keep[at - i] = 1;
+      if (at - a > 1) m_spans.push_back({a, at});
+      if (b - at > 1) m_spans.push_back({at, b});
+    }
+    for (std::size_t k = i + 1; k <= e; ++k)
+      if (m_keep[k - i] || k == e) m_run[to++] = m_run[k];
+    i = e;
+  }
+  m_run.resize(std::min(to, n));
 }
 
 // The part of an edge inside one column, from row position ta to tb, both

@@ -8,6 +8,8 @@
 #include <memory>
 #include <mutex>
 
+#include <orvek/platform/core/VectorState_p.h>
+
 using namespace Gdiplus;
 
 namespace {
@@ -488,6 +490,17 @@ int OutlineColumn(const StrokeMap& m, const CurveRing& ring, int x, int end, std
       hi = std::max(hi, v);
     }
   }
+  // Where the outline would keep more than a third of the samples, leaving
+  // out the rest saves little, and the samples it leaves out cross the
+  // stroke's edges often enough to brighten them: every sample is kept.
+  if (static_cast<int>(forward.size() + backward.size()) * 3 > stop - x) {
+    int row = row0;
+    for (int i = x; i < stop; ++i) {
+      out.push_back(PointF(m.X(i), m.Y(ring.At(row))));
+      if (++row == ring.S) row = 0;
+    }
+    return stop;
+  }
   // Both lists in order of the samples, each sample once.
   std::size_t f = 0, b = backward.size();
   int last = x - 1;
@@ -511,6 +524,7 @@ int OutlineColumn(const StrokeMap& m, const CurveRing& ring, int x, int end, std
 // Lays the stroke of samples from to end - 1 into out: every sample a vertex,
 // or with bOutline the outline of each dense pixel column.
 void CGraphDrawer::MapStrokes(const int* curves, int nCurves, int from, int end, int S, bool bOutline) {
+  orvek_core::ClearUpperVectorState();  // after the background's drawing
   const tagPlotView view = DrawView();
   const StrokeMap m(view, m_rcPlot, m_bUserView);
   const std::vector<int>& offsets = DrawOffsets();

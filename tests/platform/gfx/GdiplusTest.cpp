@@ -129,6 +129,36 @@ TEST(Gfx, WideStrokeEqualsQtPolyline) {
   EXPECT_EQ(g.DrawLines(&pen, points.data(), static_cast<INT>(points.size())), Ok);
 }
 
+// A smooth curve sampled a hundred times per pixel, far from the origin where single precision is coarse, strokes
+// as the same curve sampled once per pixel: the short segments' directions add no coverage at their joins.
+TEST(Gfx, DenseSmoothCurveStrokesAsItsSparseSamples) {
+  for (const float slope : {0.0f, 0.3f, 1.0f}) {
+    SCOPED_TRACE(slope);
+    Bitmap dense(1000, 600), sparse(1000, 600);
+    for (const int per : {100, 1}) {
+      std::vector<PointF> points;
+      for (int i = 0; i <= 300 * per; ++i) {
+        const double x = 650.0 + static_cast<double>(i) / per;
+        points.push_back(
+            PointF(static_cast<float>(x), static_cast<float>(450 - slope * (x - 800) + 20 * std::sin((x - 650) / 50))));
+      }
+      Graphics g(per == 1 ? &sparse : &dense);
+      g.SetSmoothingMode(SmoothingModeAntiAlias);
+      const Pen pen(Color(0xFFFFFFFFu), 2.0f);
+      ASSERT_EQ(g.DrawLines(&pen, points.data(), static_cast<INT>(points.size())), Ok);
+    }
+    int worst = 0, covered = 0;
+    for (int y = 0; y < 600; ++y)
+      for (int x = 640; x < 960; ++x) {
+        const int a = At(dense, x, y) & 0xFF, b = At(sparse, x, y) & 0xFF;
+        covered += b != 0;
+        worst = std::max(worst, std::abs(a - b));
+      }
+    EXPECT_GT(covered, 500);
+    EXPECT_LE(worst, 8);
+  }
+}
+
 // A point that is not finite breaks a thin line (Qt's path) as the wide stroker breaks a wide one.
 TEST(Gfx, NonFinitePointsBreakThinLines) {
   for (const float bad : {std::nanf(""), INFINITY, -INFINITY}) {
