@@ -94,31 +94,45 @@ void WideStroker::Stroke(const PixelTarget& target, const Gdiplus::PointF* point
   Blend(clipped, argb);
 }
 
-// Chains of segments shorter than a quarter of a pixel, as the dense samples
-// of a smooth curve give, keep only the points that lie more than a 256th of a
-// pixel off the line through the points kept around them: the directions of
-// such short segments in single precision are noise, and every join would add
-// that noise to the coverage. A chain is thinned in pieces of a bounded
-// number of points, so that its cost stays linear.
+// Where a line runs smoothly, through points where it barely turns or
+// between points closer than a quarter of a pixel, as the dense samples of a
+// smooth curve give, only the points that lie more than a 256th of a pixel
+// off the line through the points kept around them stay, and enough of them
+// that the line turns by a tenth of a radian at most where it keeps a point:
+// a bend stays as round as the many short joins it replaces (the bevel misses
+// a few ten-thousandths of a pixel). The directions of short segments in
+// single precision are noise that every join would add to the coverage, and
+// a smooth stretch costs a few points instead of every sample. A stretch has
+// a bounded number of points, so that the cost stays linear.
 void WideStroker::Thin() {
-  constexpr float kShort = 0.25f * 0.25f, kOff = 1.0f / 256.0f;
+  constexpr float kShort = 0.25f * 0.25f, kOff = 1.0f / 256.0f, kSlight = 0.02f, kBend = 0.1f;
   constexpr std::size_t kPiece = 1024;
   const std::size_t n = m_run.size();
+  // Whether the turn from a to p to b is more than the given tangent of an
+  // angle; turning back always is.
+  const auto turns = [](const Gdiplus::PointF& a, const Gdiplus::PointF& p, const Gdiplus::PointF& b, float tangent) {
+    const float ax = p.X - a.X, ay = p.Y - a.Y, bx = b.X - p.X, by = b.Y - p.Y;
+    const float dot = ax * bx + ay * by;
+    return dot <= 0 || std::fabs(ax * by - ay * bx) > tangent * dot;
+  };
+  // Point k may go where a short segment meets it or the line barely turns.
+  const auto candidate = [&](std::size_t k) {
+    const Gdiplus::PointF &a = m_run[k - 1], &p = m_run[k], &b = m_run[k + 1];
+    const float ax = p.X - a.X, ay = p.Y - a.Y, bx = b.X - p.X, by = b.Y - p.Y;
+    return ax * ax + ay * ay < kShort || bx * bx + by * by < kShort || !turns(a, p, b, kSlight);
+  };
   std::size_t to = 1;  // points kept so far, written over those read already
   for (std::size_t i = 0; i + 1 < n;) {
-    std::size_t e = i;  // a chain of short segments from i to e
-    while (e + 1 < n && e - i < kPiece) {
-      const float dx = m_run[e + 1].X - m_run[e].X, dy = m_run[e + 1].Y - m_run[e].Y;
-      if (dx * dx + dy * dy >= kShort) break;
-      ++e;
-    }
-    if (e == i) {  // a long segment
+    std::size_t e = i + 1;  // a stretch from i to e whose inner points may go
+    while (e + 1 < n && e - i < kPiece && candidate(e)) ++e;
+    if (e == i + 1) {
       m_run[to++] = m_run[++i];
       continue;
     }
     m_keep.assign(e - i + 1, 0);
+    m_keep.front() = m_keep.back() = 1;
     m_spans.assign(1, {i, e});
-    while (!m_spans.empty()) {
+    while (!m_spans.empty()) {  // the points farther than kOff from the line through those kept around them
       const auto [a, b] = m_spans.back();
       m_spans.pop_back();
       const Gdiplus::PointF pa = m_run[a];
@@ -137,8 +151,21 @@ void WideStroker::Thin() {
       if (at - a > 1) m_spans.push_back({a, at});
       if (b - at > 1) m_spans.push_back({at, b});
     }
+    // A kept point where the line turns by more than kBend takes back the
+    // middle points of the spans on either side, until none is left.
+    for (bool bent = true; bent;) {
+      bent = false;
+      m_kept.clear();
+      for (std::size_t k = i; k <= e; ++k)
+        if (m_keep[k - i]) m_kept.push_back(k);
+      for (std::size_t j = 1; j + 1 < m_kept.size(); ++j) {
+        if (!turns(m_run[m_kept[j - 1]], m_run[m_kept[j]], m_run[m_kept[j + 1]], kBend)) continue;
+        for (const std::size_t m : {(m_kept[j - 1] + m_kept[j]) / 2, (m_kept[j] + m_kept[j + 1]) / 2})
+          if (!m_keep[m - i]) m_keep[m - i] = 1, bent = true;
+      }
+    }
     for (std::size_t k = i + 1; k <= e; ++k)
-      if (m_keep[k - i] || k == e) m_run[to++] = m_run[k];
+      if (m_keep[k - i]) m_run[to++] = m_run[k];
     i = e;
   }
   m_run.resize(std::min(to, n));

@@ -43,7 +43,8 @@ class WideStroker {
   std::vector<std::pair<int, int>> m_reach;  // per column: the cells given to, half-open
   int m_box[4] = {0, 0, 0, 0};               // columns and cells the stroke can touch
   std::vector<Gdiplus::PointF> m_run;
-  std::vector<unsigned char> m_keep;                         // of a chain being thinned
+  std::vector<unsigned char> m_keep;                         // of a stretch being thinned
+  std::vector<std::size_t> m_kept;                           // the same, as a list
   std::vector<std::pair<std::size_t, std::size_t>> m_spans;  // left to thin
   int m_cols = 0, m_rows = 0, m_height = 0, m_colBase = 0;
   float m_xLo = 0, m_xHi = 0;
