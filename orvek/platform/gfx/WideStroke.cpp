@@ -215,53 +215,12 @@ __attribute__((always_inline)) inline void WideStroker::Deposit(int col, float d
   a[2 * i1] += d * am;
 }
 
-// The outline runs forward along the left side and back along the right one.
-// At a corner the inner side passes through the vertex and the outer side
-// takes the bevel, so the enclosed area is the union of the segments'
-// rectangles and the bevel triangles, with overlaps counted twice.
-void WideStroker::Outline(const Gdiplus::PointF* p, int n, float halfWidth) {
-  float ux = 0, uy = 0;  // direction of the previous segment
-  for (int i = 0; i + 1 < n; ++i) {
-    const float dx = p[i + 1].X - p[i].X, dy = p[i + 1].Y - p[i].Y;
-    const float inv = 1.0f / std::sqrt(dx * dx + dy * dy);
-    const float vx = dx * inv, vy = dy * inv;
-    const float nx = -vy * halfWidth, ny = vx * halfWidth;
-    const float ax = p[i].X, ay = p[i].Y, bx = p[i + 1].X, by = p[i + 1].Y;
-    if (i == 0) {
-      Edge(ax - nx, ay - ny, ax + nx, ay + ny);  // start cap
-    } else {
-      const float pnx = -uy * halfWidth, pny = ux * halfWidth;
-      const float cross = ux * vy - uy * vx;
-      if (ux * vx + uy * vy < 0 && std::fabs(cross) * halfWidth * halfWidth < kReversal) {
-        // Turning back on itself, as noise does: the three edges below run
-        // within a hair of the line between the two corners, all crossing it
-        // the same way, so that line is laid twice.
-        const float mx = 0.5f * (pnx - nx), my = 0.5f * (pny - ny);
-        Edge(ax + mx, ay + my, ax - mx, ay - my, 2.0f);
-      } else if (cross > 0) {  // turning towards the left side: it is the inner one
-        Edge(ax + pnx, ay + pny, ax, ay);
-        Edge(ax, ay, ax + nx, ay + ny);
-        Edge(ax - nx, ay - ny, ax - pnx, ay - pny);
-      } else {
-        Edge(ax + pnx, ay + pny, ax + nx, ay + ny);
-        Edge(ax - nx, ay - ny, ax, ay);
-        Edge(ax, ay, ax - pnx, ay - pny);
-      }
-    }
-    Edge(ax + nx, ay + ny, bx + nx, by + ny);
-    Edge(bx - nx, by - ny, ax - nx, ay - ny);
-    if (i + 2 == n) Edge(bx + nx, by + ny, bx - nx, by - ny);  // end cap
-    ux = vx;
-    uy = vy;
-  }
-}
-
 // Adds one directed edge to the columns it crosses. Columns are the scan
 // lines here: within a column, cell t gains the part of the edge's crossing
 // that lies above the cell's end, and the running sum down the column is
 // the signed area. What lies above the bitmap counts at the top; what lies
 // below it is dropped.
-void WideStroker::Edge(float x0, float y0, float x1, float y1, float weight) {
+__attribute__((always_inline)) inline void WideStroker::Edge(float x0, float y0, float x1, float y1, float weight) {
   if (x0 == x1) return;
   const float h = static_cast<float>(m_height);
   // Most edges of a dense signal lie in one column inside the bitmap.
@@ -274,6 +233,14 @@ void WideStroker::Edge(float x0, float y0, float x1, float y1, float weight) {
       return;
     }
   }
+  EdgeSpan(x0, y0, x1, y1, weight, inside);
+}
+
+// An edge across columns, or reaching out of the bitmap: kept out of line so
+// that the common case above inlines into the outline's loop.
+__attribute__((noinline)) void WideStroker::EdgeSpan(float x0, float y0, float x1, float y1, float weight,
+                                                     bool inside) {
+  const float h = static_cast<float>(m_height);
   float dir = weight;
   if (x0 > x1) {
     std::swap(x0, x1);
@@ -313,6 +280,47 @@ void WideStroker::Edge(float x0, float y0, float x1, float y1, float weight) {
       Deposit(c, d * (1.0f - above - below), std::clamp(ya, 0.0f, h), std::clamp(yb, 0.0f, h));
     }
     ya = yb;
+  }
+}
+
+// The outline runs forward along the left side and back along the right one.
+// At a corner the inner side passes through the vertex and the outer side
+// takes the bevel, so the enclosed area is the union of the segments'
+// rectangles and the bevel triangles, with overlaps counted twice.
+void WideStroker::Outline(const Gdiplus::PointF* p, int n, float halfWidth) {
+  float ux = 0, uy = 0;  // direction of the previous segment
+  for (int i = 0; i + 1 < n; ++i) {
+    const float dx = p[i + 1].X - p[i].X, dy = p[i + 1].Y - p[i].Y;
+    const float inv = 1.0f / std::sqrt(dx * dx + dy * dy);
+    const float vx = dx * inv, vy = dy * inv;
+    const float nx = -vy * halfWidth, ny = vx * halfWidth;
+    const float ax = p[i].X, ay = p[i].Y, bx = p[i + 1].X, by = p[i + 1].Y;
+    if (i == 0) {
+      Edge(ax - nx, ay - ny, ax + nx, ay + ny);  // start cap
+    } else {
+      const float pnx = -uy * halfWidth, pny = ux * halfWidth;
+      const float cross = ux * vy - uy * vx;
+      if (ux * vx + uy * vy < 0 && std::fabs(cross) * halfWidth * halfWidth < kReversal) {
+        // Turning back on itself, as noise does: the three edges below run
+        // within a hair of the line between the two corners, all crossing it
+        // the same way, so that line is laid twice.
+        const float mx = 0.5f * (pnx - nx), my = 0.5f * (pny - ny);
+        Edge(ax + mx, ay + my, ax - mx, ay - my, 2.0f);
+      } else if (cross > 0) {  // turning towards the left side: it is the inner one
+        Edge(ax + pnx, ay + pny, ax, ay);
+        Edge(ax, ay, ax + nx, ay + ny);
+        Edge(ax - nx, ay - ny, ax - pnx, ay - pny);
+      } else {
+        Edge(ax + pnx, ay + pny, ax + nx, ay + ny);
+        Edge(ax - nx, ay - ny, ax, ay);
+        Edge(ax, ay, ax - pnx, ay - pny);
+      }
+    }
+    Edge(ax + nx, ay + ny, bx + nx, by + ny);
+    Edge(bx - nx, by - ny, ax - nx, ay - ny);
+    if (i + 2 == n) Edge(bx + nx, by + ny, bx - nx, by - ny);  // end cap
+    ux = vx;
+    uy = vy;
   }
 }
 

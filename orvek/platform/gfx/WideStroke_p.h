@@ -34,6 +34,7 @@ class WideStroker {
   void Thin();
   void Outline(const Gdiplus::PointF* p, int n, float halfWidth);
   void Edge(float x0, float y0, float x1, float y1, float weight = 1.0f);
+  void EdgeSpan(float x0, float y0, float x1, float y1, float weight, bool inside);
   void Deposit(int col, float d, float ta, float tb);
   void Blend(const PixelTarget& target, std::uint32_t argb);
 
