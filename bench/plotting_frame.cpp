@@ -1,4 +1,4 @@
-// A full frame of a 1000 x 600 graph with three curves: the drawer
+// A full frame of a 1000 x 600 graph with three curves (noisy, and smooth): the drawer
 // (background and every sample stroked with the graph's pens) against the
 // floor of any faithful stroke, the same vertices drawn with 1-pixel pens by
 // a bare QPainter, and against Qt's own whole polyline with the graph's pens.
@@ -6,8 +6,8 @@
 
 using namespace plotbench;
 
-static void FullFrame(benchmark::State& state, bool everySample) {
-  const auto curves = Signal(static_cast<int>(state.range(0)));
+static void FullFrame(benchmark::State& state, bool everySample, bool smooth = false) {
+  const auto curves = Signal(static_cast<int>(state.range(0)), smooth);
   Graph g;
   g.d.m_bEverySample = everySample;
   for (int c = 0; c < kCurves; ++c)
@@ -18,6 +18,8 @@ static void FullFrame(benchmark::State& state, bool everySample) {
 static void BM_FullFrame(benchmark::State& state) { FullFrame(state, false); }
 // Every sample a vertex, as before dense columns were stroked as their outline.
 static void BM_FullFrameEverySample(benchmark::State& state) { FullFrame(state, true); }
+// The same sines without noise: smooth stretches are thinned to a few points.
+static void BM_FullFrameSmooth(benchmark::State& state) { FullFrame(state, false, true); }
 
 // What a wheel notch or a drag step costs: a new view of the same samples,
 // axes and curves redrawn, alternately zoomed in about a point and panned.
@@ -48,6 +50,7 @@ static void BM_QtWholePolyline(benchmark::State& state) {
 
 BENCHMARK(BM_FullFrame)->Arg(1000)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_FullFrameEverySample)->Arg(1000)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_FullFrameSmooth)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_InteractionFrame)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_QtThinFloor)->Arg(1000)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_QtWholePolyline)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond)->Iterations(3);
@@ -64,6 +67,10 @@ int main(int argc, char** argv) {
                   r.Get(every), r.Get(every, 1), r.Get(every) / r.Get(full));
       const double whole = r.Get(std::string("BM_QtWholePolyline/") + n + "/iterations:3");
       if (whole == whole) std::printf(", %.1f x faster than Qt's whole polyline (%.1f ms)", whole / r.Get(full), whole);
+      const std::string smooth = std::string("BM_FullFrameSmooth/") + n;
+      if (r.Get(smooth) == r.Get(smooth))
+        std::printf("; smooth curves %.2f / %.2f / %.2f ms = %.2f x the full frame", r.Get(smooth, 0), r.Get(smooth),
+                    r.Get(smooth, 1), r.Get(smooth) / r.Get(full));
       const std::string zoom = std::string("BM_InteractionFrame/") + n;
       if (r.Get(zoom) == r.Get(zoom))
         std::printf("; a zoom or pan frame %.2f / %.2f / %.2f ms = %.2f x the full frame", r.Get(zoom, 0), r.Get(zoom),

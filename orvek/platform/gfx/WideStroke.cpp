@@ -72,7 +72,7 @@ void WideStroker::Stroke(const PixelTarget& target, const Gdiplus::PointF* point
       if (m_run.empty() || p.X != m_run.back().X || p.Y != m_run.back().Y) m_run.push_back(p);
       continue;
     }
-    if (m_run.size() >= 3) Thin();
+    ThinSmoothStretches(m_run, 0);
     if (m_run.size() >= 2) {
       float x0 = m_run[0].X, x1 = x0, y0 = m_run[0].Y, y1 = y0;
       for (const Gdiplus::PointF& p : m_run) {
@@ -104,71 +104,76 @@ void WideStroker::Stroke(const PixelTarget& target, const Gdiplus::PointF* point
 // single precision are noise that every join would add to the coverage, and
 // a smooth stretch costs a few points instead of every sample. A stretch has
 // a bounded number of points, so that the cost stays linear.
-void WideStroker::Thin() {
+void ThinSmoothStretches(std::vector<Gdiplus::PointF>& run, std::size_t first) {
+  thread_local std::vector<unsigned char> keep;                         // of the stretch being thinned
+  thread_local std::vector<std::size_t> kept;                           // the same, as a list
+  thread_local std::vector<std::pair<std::size_t, std::size_t>> spans;  // left to thin
+  Gdiplus::PointF* const p = run.data() + first;
   constexpr float kShort = 0.25f * 0.25f, kOff = 1.0f / 256.0f, kSlight = 0.02f, kBend = 0.1f;
   constexpr std::size_t kPiece = 1024;
-  const std::size_t n = m_run.size();
-  // Whether the turn from a to p to b is more than the given tangent of an
+  const std::size_t n = run.size() - first;
+  if (n < 3) return;
+  // Whether the turn from a to q to b is more than the given tangent of an
   // angle; turning back always is.
-  const auto turns = [](const Gdiplus::PointF& a, const Gdiplus::PointF& p, const Gdiplus::PointF& b, float tangent) {
-    const float ax = p.X - a.X, ay = p.Y - a.Y, bx = b.X - p.X, by = b.Y - p.Y;
+  const auto turns = [](const Gdiplus::PointF& a, const Gdiplus::PointF& q, const Gdiplus::PointF& b, float tangent) {
+    const float ax = q.X - a.X, ay = q.Y - a.Y, bx = b.X - q.X, by = b.Y - q.Y;
     const float dot = ax * bx + ay * by;
     return dot <= 0 || std::fabs(ax * by - ay * bx) > tangent * dot;
   };
   // Point k may go where a short segment meets it or the line barely turns.
   const auto candidate = [&](std::size_t k) {
-    const Gdiplus::PointF &a = m_run[k - 1], &p = m_run[k], &b = m_run[k + 1];
-    const float ax = p.X - a.X, ay = p.Y - a.Y, bx = b.X - p.X, by = b.Y - p.Y;
-    return ax * ax + ay * ay < kShort || bx * bx + by * by < kShort || !turns(a, p, b, kSlight);
+    const Gdiplus::PointF &a = p[k - 1], &q = p[k], &b = p[k + 1];
+    const float ax = q.X - a.X, ay = q.Y - a.Y, bx = b.X - q.X, by = b.Y - q.Y;
+    return ax * ax + ay * ay < kShort || bx * bx + by * by < kShort || !turns(a, q, b, kSlight);
   };
   std::size_t to = 1;  // points kept so far, written over those read already
   for (std::size_t i = 0; i + 1 < n;) {
     std::size_t e = i + 1;  // a stretch from i to e whose inner points may go
     while (e + 1 < n && e - i < kPiece && candidate(e)) ++e;
     if (e == i + 1) {
-      m_run[to++] = m_run[++i];
+      p[to++] = p[++i];
       continue;
     }
-    m_keep.assign(e - i + 1, 0);
-    m_keep.front() = m_keep.back() = 1;
-    m_spans.assign(1, {i, e});
-    while (!m_spans.empty()) {  // the points farther than kOff from the line through those kept around them
-      const auto [a, b] = m_spans.back();
-      m_spans.pop_back();
-      const Gdiplus::PointF pa = m_run[a];
-      const float dx = m_run[b].X - pa.X, dy = m_run[b].Y - pa.Y;
+    keep.assign(e - i + 1, 0);
+    keep.front() = keep.back() = 1;
+    spans.assign(1, {i, e});
+    while (!spans.empty()) {  // the points farther than kOff from the line through those kept around them
+      const auto [a, b] = spans.back();
+      spans.pop_back();
+      const Gdiplus::PointF pa = p[a];
+      const float dx = p[b].X - pa.X, dy = p[b].Y - pa.Y;
       const float len = std::sqrt(dx * dx + dy * dy);
       float far = 0;
       std::size_t at = a;
       for (std::size_t k = a + 1; k < b; ++k) {
-        const float ex = m_run[k].X - pa.X, ey = m_run[k].Y - pa.Y;
+        const float ex = p[k].X - pa.X, ey = p[k].Y - pa.Y;
         // The distance to the line, or to the point when both ends are one.
         const float d = len > 0 ? std::fabs(ex * dy - ey * dx) / len : std::sqrt(ex * ex + ey * ey);
         if (d > far) far = d, at = k;
       }
       if (far <= kOff) continue;
-      m_keep[at - i] = 1;
-      if (at - a > 1) m_spans.push_back({a, at});
-      if (b - at > 1) m_spans.push_back({at, b});
+      keep[at - i] = 1;
+      if (at - a > 1) spans.push_back({a, at});
+      if (b - at > 1) spans.push_back({at, b});
     }
     // A kept point where the line turns by more than kBend takes back the
     // middle points of the spans on either side, until none is left.
     for (bool bent = true; bent;) {
       bent = false;
-      m_kept.clear();
+      kept.clear();
       for (std::size_t k = i; k <= e; ++k)
-        if (m_keep[k - i]) m_kept.push_back(k);
-      for (std::size_t j = 1; j + 1 < m_kept.size(); ++j) {
-        if (!turns(m_run[m_kept[j - 1]], m_run[m_kept[j]], m_run[m_kept[j + 1]], kBend)) continue;
-        for (const std::size_t m : {(m_kept[j - 1] + m_kept[j]) / 2, (m_kept[j] + m_kept[j + 1]) / 2})
-          if (!m_keep[m - i]) m_keep[m - i] = 1, bent = true;
+        if (keep[k - i]) kept.push_back(k);
+      for (std::size_t j = 1; j + 1 < kept.size(); ++j) {
+        if (!turns(p[kept[j - 1]], p[kept[j]], p[kept[j + 1]], kBend)) continue;
+        for (const std::size_t m : {(kept[j - 1] + kept[j]) / 2, (kept[j] + kept[j + 1]) / 2})
+          if (!keep[m - i]) keep[m - i] = 1, bent = true;
       }
     }
     for (std::size_t k = i + 1; k <= e; ++k)
-      if (m_keep[k - i]) m_run[to++] = m_run[k];
+      if (keep[k - i]) p[to++] = p[k];
     i = e;
   }
-  m_run.resize(std::min(to, n));
+  run.resize(first + std::min(to, n));
 }
 
 // The part of an edge inside one column, from row position ta to tb, both

@@ -31,7 +31,6 @@ class WideStroker {
               float scale = 1.0f, float shift = 0.0f);
 
  private:
-  void Thin();
   void Outline(const Gdiplus::PointF* p, int n, float halfWidth);
   void Edge(float x0, float y0, float x1, float y1, float weight = 1.0f);
   void EdgeSpan(float x0, float y0, float x1, float y1, float weight, bool inside);
@@ -44,12 +43,13 @@ class WideStroker {
   std::vector<std::pair<int, int>> m_reach;  // per column: the cells given to, half-open
   int m_box[4] = {0, 0, 0, 0};               // columns and cells the stroke can touch
   std::vector<Gdiplus::PointF> m_run;
-  std::vector<unsigned char> m_keep;                         // of a stretch being thinned
-  std::vector<std::size_t> m_kept;                           // the same, as a list
-  std::vector<std::pair<std::size_t, std::size_t>> m_spans;  // left to thin
   int m_cols = 0, m_rows = 0, m_height = 0, m_colBase = 0;
   float m_xLo = 0, m_xHi = 0;
 };
+
+// Where the points of a line from first on run smoothly, keeps only those the
+// picture needs (see the definition); the stroker does this to every line.
+void ThinSmoothStretches(std::vector<Gdiplus::PointF>& run, std::size_t first);
 
 // One per thread, so that drawing allocates nothing once it has grown.
 WideStroker& ThreadStroker();

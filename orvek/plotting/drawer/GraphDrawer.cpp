@@ -9,6 +9,7 @@
 #include <mutex>
 
 #include <orvek/platform/core/VectorState_p.h>
+#include <orvek/platform/gfx/WideStroke_p.h>
 
 using namespace Gdiplus;
 
@@ -452,6 +453,18 @@ int OutlineColumn(const StrokeMap& m, const CurveRing& ring, int x, int end, std
   double lo = ring.At(r), hi = lo;
   forward.clear();
   forward.push_back(x);
+  // Every sample from x up to the first break, where they run smoothly only
+  // those the picture needs.
+  const auto all = [&](int stop) {
+    const std::size_t first = out.size();
+    int row = row0;
+    for (int i = x; i < stop; ++i) {
+      out.push_back(PointF(m.X(i), m.Y(ring.At(row))));
+      if (++row == ring.S) row = 0;
+    }
+    orvek_gfx::ThinSmoothStretches(out, first);
+    return stop;
+  };
   int stop = x + 1;
   for (; stop < end; ++stop) {
     while (stop + 4 <= end && r + 4 < ring.S && Within4(&ring.At(r + 1), ring.stride, lo, hi)) {
@@ -468,6 +481,15 @@ int OutlineColumn(const StrokeMap& m, const CurveRing& ring, int x, int end, std
       forward.push_back(stop);
       lo = std::min(lo, v);
       hi = std::max(hi, v);
+      // A third of the column already: every sample will be kept (below),
+      // and only the break is left to find.
+      if (3 * forward.size() > static_cast<std::size_t>(end - x)) {
+        while (++stop < end) {
+          if (++r == ring.S) r = 0;
+          if (Breaks(m, ring.At(r))) break;
+        }
+        return all(stop);
+      }
     }
   }
   // From the end back; r is the row of stop - 1.
@@ -493,14 +515,7 @@ int OutlineColumn(const StrokeMap& m, const CurveRing& ring, int x, int end, std
   // Where the outline would keep more than a third of the samples, leaving
   // out the rest saves little, and the samples it leaves out cross the
   // stroke's edges often enough to brighten them: every sample is kept.
-  if (static_cast<int>(forward.size() + backward.size()) * 3 > stop - x) {
-    int row = row0;
-    for (int i = x; i < stop; ++i) {
-      out.push_back(PointF(m.X(i), m.Y(ring.At(row))));
-      if (++row == ring.S) row = 0;
-    }
-    return stop;
-  }
+  if (static_cast<int>(forward.size() + backward.size()) * 3 > stop - x) return all(stop);
   // Both lists in order of the samples, each sample once.
   std::size_t f = 0, b = backward.size();
   int last = x - 1;
