@@ -120,9 +120,12 @@ void ThinSmoothStretches(std::vector<Gdiplus::PointF>& run, std::size_t first) {
     const float dot = ax * bx + ay * by;
     return dot <= 0 || std::fabs(ax * by - ay * bx) > tangent * dot;
   };
-  // Point k may go where a short segment meets it or the line barely turns.
+  // Point k may go where a short segment meets it or the line barely turns,
+  // never next to a point at infinity (a sample beyond single precision),
+  // which no line can be measured against.
   const auto candidate = [&](std::size_t k) {
     const Gdiplus::PointF &a = p[k - 1], &q = p[k], &b = p[k + 1];
+    if (!std::isfinite(a.X + a.Y + q.X + q.Y + b.X + b.Y)) return false;
     const float ax = q.X - a.X, ay = q.Y - a.Y, bx = b.X - q.X, by = b.Y - q.Y;
     return ax * ax + ay * ay < kShort || bx * bx + by * by < kShort || !turns(a, q, b, kSlight);
   };

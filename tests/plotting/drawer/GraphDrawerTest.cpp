@@ -630,6 +630,25 @@ TEST(Render, ColumnOutlinesMatchEverySample) {
   }
 }
 
+// A sample far beyond single precision in a smooth dense curve (its point lies at infinity) is drawn by the column's
+// outline as by every sample: the thinning around it measures no line against that point.
+TEST(Render, HugeSampleInASmoothDenseCurve) {
+  Graph full(400, 300), fast(400, 300);
+  full.d.m_bEverySample = 1;
+  std::vector<double> v(40000);
+  for (std::size_t i = 0; i < v.size(); ++i) v[i] = std::sin(static_cast<double>(i) * 3e-4);
+  v[20000] = 1e300;
+  for (Graph* g : {&full, &fast}) {
+    g->d.SetROI(0, 40000, 0, 1, 4, -1.5, 1.5, -1.5f, 1.5f, 4);
+    g->d.SetData(v.data(), 40000, 1, 0, 1);
+    g->Paint();
+  }
+  int worst = 0;
+  for (int y = 0; y < 300; ++y)
+    for (int x = 0; x < 400; ++x) worst = std::max(worst, Distance(Px(full.frame, x, y), Px(fast.frame, x, y)));
+  EXPECT_LE(worst, 8);
+}
+
 TEST(Render, UserViewZoomsWithoutTouchingTheHostsState) {
   // A step: 0.5 for samples 0 to 49, -0.5 for 50 to 99; one data unit per 100 rows.
   Graph g(200, 201);
