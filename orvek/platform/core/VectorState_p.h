@@ -1,7 +1,7 @@
 #pragma once
 
-// Stands in for nothing of the original platform: a guard of this library's
-// own speed on x86-64. Qt's and the C library's wide vector routines may
+// No stand-in: a guard of this library's own speed on x86-64, with the
+// vzeroupper instruction. Qt's and the C library's wide vector routines may
 // return with the upper halves of the AVX registers in use; the SSE code
 // that follows then runs far slower (about 1.7 times here) until they are
 // cleared. The hot loops that follow Qt's drawing clear them first.
