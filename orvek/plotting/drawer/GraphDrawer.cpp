@@ -389,7 +389,14 @@ struct StrokeMap {
     yMiddle = static_cast<float>(static_cast<double>(plot.Y) + (static_cast<double>(plot.Height) - 1) / 2.0);
   }
   float X(int x) const { return static_cast<float>(static_cast<double>(x) - F) * xScale / xSpan + xOrigin; }
-  float Y(double v) const { return flat ? yMiddle : static_cast<float>(yBottom - (v - yOffset) * yScale / ySpan); }
+  // The row of a finite sample beyond single precision is pulled in (the
+  // stroker pulls in further), so that it draws a spike and not a break; a
+  // sample that is not finite still breaks the line.
+  float Y(double v) const {
+    if (flat) return yMiddle;
+    const double y = yBottom - (v - yOffset) * yScale / ySpan;
+    return static_cast<float>(std::isfinite(v) ? std::clamp(y, -1e9, 1e9) : y);
+  }
   // The pixel column of a sample; far columns stay apart.
   int Column(int x) const { return static_cast<int>(std::clamp(std::floor(X(x)), -2.0e9f, 2.0e9f)); }
   // One past the last sample before end in the column of sample x. Columns
