@@ -388,7 +388,11 @@ struct StrokeMap {
     ySpan = view.dTop - view.dBottom;
     yMiddle = static_cast<float>(static_cast<double>(plot.Y) + (static_cast<double>(plot.Height) - 1) / 2.0);
   }
-  float X(int x) const { return static_cast<float>(static_cast<double>(x) - F) * xScale / xSpan + xOrigin; }
+  // Columns from the plot's left edge to sample x, and the sample that many
+  // columns in; X is the pixel column.
+  float Offset(double x) const { return static_cast<float>(x - F) * xScale / xSpan; }
+  float SampleAt(float offset) const { return xSpan * offset / xScale + static_cast<float>(F); }
+  float X(int x) const { return Offset(x) + xOrigin; }
   // The row of a finite sample beyond single precision is pulled in (the
   // stroker pulls in further), so that it draws a spike and not a break; a
   // sample that is not finite still breaks the line.
@@ -609,15 +613,14 @@ void CGraphDrawer::DrawCurves(Bitmap* pTarget, Bitmap* pBackground, int iFrom, i
   const int X = m_rcPlot.X, W = m_rcPlot.Width, H = m_rcPlot.Height;
   const tagPlotView view = DrawView();
   const double F = view.dFirst, E = view.dLast + 1.0;
+  const StrokeMap m(view, m_rcPlot, m_bUserView);
   // A window of fewer than two samples, or a plot of one column, has no scale:
   // the whole plot is restored and no curve is drawn.
   const bool scaled = E - F >= 2.0 && W >= 2;
   std::int64_t left = X, right = static_cast<std::int64_t>(X) + W;
   float fLeft = static_cast<float>(X);
   if (scaled) {
-    const float xScale = static_cast<float>(W - 1), xSpan = static_cast<float>(E - F - 1.0);
-    const float a = static_cast<float>(static_cast<double>(iFrom) - F) * xScale / xSpan;
-    const float b = static_cast<float>(static_cast<double>(iTo) - F) * xScale / xSpan;
+    const float a = m.Offset(iFrom), b = m.Offset(iTo);
     left = Saturate(std::floor(a)) - 1 + X;
     const std::int64_t width = Saturate(std::ceil(b)) + 3 + X - left - 1;
     fLeft = static_cast<float>(left);
@@ -638,9 +641,7 @@ void CGraphDrawer::DrawCurves(Bitmap* pTarget, Bitmap* pBackground, int iFrom, i
   g.SetSmoothingMode(SmoothingModeAntiAlias);
 
   // The sample two pixels left of the clip, so the stroke enters it running.
-  const float xSpan = static_cast<float>(E - F - 1.0);
-  const std::int64_t first = Saturate(
-      std::floor(xSpan * (fLeft - static_cast<float>(X) - 2.0f) / static_cast<float>(W - 1) + static_cast<float>(F)));
+  const std::int64_t first = Saturate(std::floor(m.SampleAt(fLeft - static_cast<float>(X) - 2.0f)));
   const int S = static_cast<int>(DrawSamples().size() / static_cast<std::size_t>(nCurves));
   const std::int64_t start64 = std::max<std::int64_t>({first, Saturate(std::floor(F)), 0});
   const int end = static_cast<int>(std::max<std::int64_t>(std::min<std::int64_t>({iTo, Saturate(std::ceil(E)), S}), 0));
