@@ -1,15 +1,15 @@
 #pragma once
 
-// A scratch folder for one fuzzing process (under TMPDIR), and whole-file
-// reads and writes.
+// A scratch folder for one fuzzing process (under TMPDIR); whole-file reads
+// and writes are the tests' own.
 
 #include <stdlib.h>
 
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
+
+#include <support/WholeFiles.h>
 
 class FuzzScratch {
  public:
@@ -31,16 +31,6 @@ class FuzzScratch {
  private:
   std::string m_path;
 };
-
-inline std::string readWhole(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-inline void writeWhole(const std::string& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary | std::ios::trunc)
-      .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
 
 // Stops the run with a message that libFuzzer keeps beside the input.
 #define FUZZ_CHECK(condition)                                                             \

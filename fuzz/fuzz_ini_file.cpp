@@ -48,9 +48,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   FuzzedDataProvider in(data, size);
 
   const int bBackup = in.ConsumeBool();
-  writeWhole(path, in.ConsumeRandomLengthString(2048));
+  writeFile(path, in.ConsumeRandomLengthString(2048));
   std::filesystem::create_directory(scratch / "Backup");
-  writeWhole(backupPath, in.ConsumeRandomLengthString(512));
+  writeFile(backupPath, in.ConsumeRandomLengthString(512));
 
   Probe ini;
   FUZZ_CHECK(ini.Create(path.c_str(), 1, bBackup) == S_OK);
@@ -140,7 +140,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   // After Close the file holds the text, and loads back as the same text.
   if (ini.Close() == S_OK) {
     const std::string text(ini.text().GetString(), static_cast<std::size_t>(ini.text().GetLength()));
-    FUZZ_CHECK(readWhole(path) == text);
+    FUZZ_CHECK(readFile(path) == text);
     Probe again;
     FUZZ_CHECK(again.Create(path.c_str(), 0, 0) == S_OK);
     FUZZ_CHECK(std::string(again.text().GetString()) == text);

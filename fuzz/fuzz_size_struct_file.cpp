@@ -33,7 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   // Mostly behind a good header, so that the records themselves get read.
   const bool withMagic = in.ConsumeIntegralInRange<int>(0, 7) != 0;
-  writeWhole(path, (withMagic ? kMagic : std::string()) + in.ConsumeRandomLengthString(1024));
+  writeFile(path, (withMagic ? kMagic : std::string()) + in.ConsumeRandomLengthString(1024));
   {
     Probe file;
     const LONG hr = file.Init(CStringW(path.c_str()), 0);

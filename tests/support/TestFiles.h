@@ -1,6 +1,7 @@
 #pragma once
 
-// Scratch folders, whole-file reads and writes, and writes on a full device.
+// Scratch folders, whole-file reads and writes (WholeFiles.h), and writes on a
+// full device.
 
 #include <signal.h>
 #include <stdlib.h>
@@ -9,13 +10,12 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <set>
 #include <string>
 
 #include <orvek/Orvek.h>
+#include <support/WholeFiles.h>
 
 class ScratchDir {
  public:
@@ -36,16 +36,6 @@ class ScratchDir {
  private:
   std::string m_path;
 };
-
-inline std::string readFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-inline void writeFile(const std::string& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary | std::ios::trunc)
-      .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
 
 inline CStringW wide(const std::string& s) { return CStringW(s.c_str()); }
 
