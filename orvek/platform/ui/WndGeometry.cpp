@@ -15,6 +15,16 @@ namespace {
 // them cannot overflow.
 int placeOf(int v) { return std::clamp(v, -QWIDGETSIZE_MAX, QWIDGETSIZE_MAX); }
 
+// A rectangle's two corners through a mapping of points.
+template <typename Map>
+void MapCorners(LPRECT r, Map map) {
+  if (!r) return;
+  POINT a{r->left, r->top}, b{r->right, r->bottom};
+  map(&a);
+  map(&b);
+  *r = RECT{a.x, a.y, b.x, b.y};
+}
+
 }  // namespace
 
 int orvek_ui::SpanOf(LONG from, LONG to) {
@@ -59,11 +69,7 @@ void CWnd::ClientToScreen(LPPOINT p) const {
 }
 
 void CWnd::ClientToScreen(LPRECT r) const {
-  if (!r) return;
-  POINT a{r->left, r->top}, b{r->right, r->bottom};
-  ClientToScreen(&a);
-  ClientToScreen(&b);
-  *r = RECT{a.x, a.y, b.x, b.y};
+  MapCorners(r, [this](LPPOINT p) { ClientToScreen(p); });
 }
 
 void CWnd::ScreenToClient(LPPOINT p) const {
@@ -75,11 +81,7 @@ void CWnd::ScreenToClient(LPPOINT p) const {
 }
 
 void CWnd::ScreenToClient(LPRECT r) const {
-  if (!r) return;
-  POINT a{r->left, r->top}, b{r->right, r->bottom};
-  ScreenToClient(&a);
-  ScreenToClient(&b);
-  *r = RECT{a.x, a.y, b.x, b.y};
+  MapCorners(r, [this](LPPOINT p) { ScreenToClient(p); });
 }
 
 void CWnd::CenterWindow(CWnd* pAlternateOwner) {
