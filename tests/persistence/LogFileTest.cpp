@@ -108,7 +108,9 @@ TEST(LogFile, ModuleFolderAndVersion) {
   const std::string name = "orvek-log-" + std::to_string(::getpid()) + ".log";
   const std::string log = path.substr(0, path.rfind('/') + 1) + name;  // beside the module
   for (const char* version : {"0.0.0.0", "2.3.4.5"}) {
-    if (version[0] == '2') ASSERT_TRUE(OrvekRegisterModuleVersion(program, 2, 3, 4, 5));
+    if (version[0] == '2') {
+      ASSERT_TRUE(OrvekRegisterModuleVersion(program, 2, 3, 4, 5));
+    }
     {
       CLogFile file;
       ASSERT_EQ(S_OK, file.Init(wide(name), L"T", program));
