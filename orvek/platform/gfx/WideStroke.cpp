@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include <orvek/platform/core/VectorState_p.h>
 
@@ -105,12 +106,9 @@ void WideStroker::Stroke(const PixelTarget& target, const Gdiplus::PointF* point
 // a smooth stretch costs a few points instead of every sample. A stretch has
 // a bounded number of points, so that the cost stays linear.
 void ThinSmoothStretches(std::vector<Gdiplus::PointF>& run, std::size_t first) {
-  thread_local std::vector<unsigned char> keep;                         // of the stretch being thinned
-  thread_local std::vector<std::size_t> kept;                           // the same, as a list
-  thread_local std::vector<std::pair<std::size_t, std::size_t>> spans;  // left to thin
-  Gdiplus::PointF* const p = run.data() + first;
   constexpr float kShort = 0.25f * 0.25f, kOff = 1.0f / 256.0f, kSlight = 0.02f, kBend = 0.1f;
   constexpr std::size_t kPiece = 1024;
+  Gdiplus::PointF* const p = run.data() + first;
   const std::size_t n = run.size() - first;
   if (n < 3) return;
   // Whether the turn from a to q to b is more than the given tangent of an
@@ -129,6 +127,27 @@ void ThinSmoothStretches(std::vector<Gdiplus::PointF>& run, std::size_t first) {
     const float ax = q.X - a.X, ay = q.Y - a.Y, bx = b.X - q.X, by = b.Y - q.Y;
     return ax * ax + ay * ay < kShort || bx * bx + by * by < kShort || !turns(a, q, b, kSlight);
   };
+  // The point between a and b farthest from the line through them, when it
+  // lies more than kOff off it; 0 when none does.
+  const auto farthest = [&](std::size_t a, std::size_t b) {
+    const Gdiplus::PointF pa = p[a];
+    const float dx = p[b].X - pa.X, dy = p[b].Y - pa.Y;
+    const float len = std::sqrt(dx * dx + dy * dy);
+    float far = 0;
+    std::size_t at = a;
+    for (std::size_t k = a + 1; k < b; ++k) {
+      const float ex = p[k].X - pa.X, ey = p[k].Y - pa.Y;
+      // The distance to the line, or to the point when both ends are one.
+      const float d = len > 0 ? std::fabs(ex * dy - ey * dx) / len : std::sqrt(ex * ex + ey * ey);
+      if (d > far) far = d, at = k;
+    }
+    return far > kOff ? at : std::size_t{0};
+  };
+  // Per stretch, on the stack: which points stay, the spans left to thin,
+  // and the kept points as a list; all indices from the stretch's start.
+  unsigned char keep[kPiece + 1];
+  std::pair<std::uint16_t, std::uint16_t> spans[kPiece];
+  std::uint16_t kept[kPiece + 1];
   std::size_t to = 1;  // points kept so far, written over those read already
   for (std::size_t i = 0; i + 1 < n;) {
     std::size_t e = i + 1;  // a stretch from i to e whose inner points may go
@@ -137,43 +156,41 @@ void ThinSmoothStretches(std::vector<Gdiplus::PointF>& run, std::size_t first) {
       p[to++] = p[++i];
       continue;
     }
-    keep.assign(e - i + 1, 0);
-    keep.front() = keep.back() = 1;
-    spans.assign(1, {i, e});
-    while (!spans.empty()) {  // the points farther than kOff from the line through those kept around them
-      const auto [a, b] = spans.back();
-      spans.pop_back();
-      const Gdiplus::PointF pa = p[a];
-      const float dx = p[b].X - pa.X, dy = p[b].Y - pa.Y;
-      const float len = std::sqrt(dx * dx + dy * dy);
-      float far = 0;
-      std::size_t at = a;
-      for (std::size_t k = a + 1; k < b; ++k) {
-        const float ex = p[k].X - pa.X, ey = p[k].Y - pa.Y;
-        // The distance to the line, or to the point when both ends are one.
-        const float d = len > 0 ? std::fabs(ex * dy - ey * dx) / len : std::sqrt(ex * ex + ey * ey);
-        if (d > far) far = d, at = k;
-      }
-      if (far <= kOff) continue;
-      keep[at - i] = 1;
-      if (at - a > 1) spans.push_back({a, at});
-      if (b - at > 1) spans.push_back({at, b});
+    if (e == i + 2) {  // one inner point: it stays when it lies off the line
+      if (farthest(i, e)) p[to++] = p[i + 1];
+      p[to++] = p[e];
+      i = e;
+      continue;
+    }
+    const std::size_t m = e - i;
+    std::fill(keep, keep + m + 1, 0);
+    keep[0] = keep[m] = 1;
+    std::size_t nSpans = 0;
+    spans[nSpans++] = {0, static_cast<std::uint16_t>(m)};
+    while (nSpans > 0) {  // the points farther than kOff from the line through those kept around them
+      const auto [a, b] = spans[--nSpans];
+      const std::size_t at = farthest(i + a, i + b);
+      if (!at) continue;
+      const auto r = static_cast<std::uint16_t>(at - i);
+      keep[r] = 1;
+      if (r - a > 1) spans[nSpans++] = {a, r};
+      if (b - r > 1) spans[nSpans++] = {r, b};
     }
     // A kept point where the line turns by more than kBend takes back the
     // middle points of the spans on either side, until none is left.
     for (bool bent = true; bent;) {
       bent = false;
-      kept.clear();
-      for (std::size_t k = i; k <= e; ++k)
-        if (keep[k - i]) kept.push_back(k);
-      for (std::size_t j = 1; j + 1 < kept.size(); ++j) {
-        if (!turns(p[kept[j - 1]], p[kept[j]], p[kept[j + 1]], kBend)) continue;
-        for (const std::size_t m : {(kept[j - 1] + kept[j]) / 2, (kept[j] + kept[j + 1]) / 2})
-          if (!keep[m - i]) keep[m - i] = 1, bent = true;
+      std::size_t nKept = 0;
+      for (std::size_t k = 0; k <= m; ++k)
+        if (keep[k]) kept[nKept++] = static_cast<std::uint16_t>(k);
+      for (std::size_t j = 1; j + 1 < nKept; ++j) {
+        if (!turns(p[i + kept[j - 1]], p[i + kept[j]], p[i + kept[j + 1]], kBend)) continue;
+        for (const std::size_t mid : {(kept[j - 1] + kept[j]) / 2, (kept[j] + kept[j + 1]) / 2})
+          if (!keep[mid]) keep[mid] = 1, bent = true;
       }
     }
-    for (std::size_t k = i + 1; k <= e; ++k)
-      if (keep[k - i]) p[to++] = p[k];
+    for (std::size_t k = 1; k <= m; ++k)
+      if (keep[k]) p[to++] = p[i + k];
     i = e;
   }
   run.resize(first + std::min(to, n));
