@@ -441,6 +441,11 @@ struct CurveRing {
   const double& At(int r) const { return base[static_cast<std::size_t>(r) * stride]; }
 };
 
+// How far into the column, from its lowest and highest values, every sample
+// stays: a segment reaches half a pen beyond its ends, and the rows it
+// reaches are covered by only a part until enough segments overlap there.
+constexpr double kFringe = 3.0;
+
 bool Breaks(const StrokeMap& m, double v) { return !m.flat && !std::isfinite(v); }
 
 // Whether four samples from q on all lie within lo and hi (false for NaN):
@@ -456,6 +461,10 @@ bool Within4(const double* q, std::size_t stride, double lo, double hi) {
 // highest value counted from the column's start, and those counted from its
 // end, each with its neighbour on the inner side. Noise has few of them (the
 // logarithm of the column's samples), a column of two samples keeps both.
+// The stroke's ends in the column are another matter: there every segment
+// that reaches them adds its share of the partly covered pixels, so the
+// samples within kFringe pixels of the column's lowest and highest values
+// stay, with both neighbours.
 // Returns where the stroke goes on: end, or the first break.
 int OutlineColumn(const StrokeMap& m, const CurveRing& ring, int x, int end, std::vector<int>& forward,
                   std::vector<int>& backward, std::vector<PointF>& out) {
@@ -492,9 +501,9 @@ int OutlineColumn(const StrokeMap& m, const CurveRing& ring, int x, int end, std
       forward.push_back(stop);
       lo = std::min(lo, v);
       hi = std::max(hi, v);
-      // A third of the column already: every sample will be kept (below),
-      // and only the break is left to find.
-      if (3 * forward.size() > static_cast<std::size_t>(end - x)) {
+      // Half the column already: every sample will be kept (below), and only
+      // the break is left to find.
+      if (2 * forward.size() > static_cast<std::size_t>(end - x)) {
         while (++stop < end) {
           if (++r == ring.S) r = 0;
           if (Breaks(m, ring.At(r))) break;
@@ -503,30 +512,38 @@ int OutlineColumn(const StrokeMap& m, const CurveRing& ring, int x, int end, std
       }
     }
   }
-  // From the end back; r is the row of stop - 1.
+  // From the end back; r is the row of stop - 1. The fringes are in values,
+  // inside the column's lowest and highest.
   if (stop < end) r = r == 0 ? ring.S - 1 : r - 1;
+  const double reach = m.flat || !(m.yScale > 0) ? 0.0 : kFringe * std::fabs(m.ySpan / m.yScale);
+  const double fringeLo = lo + reach, fringeHi = hi - reach;
   backward.clear();
   backward.push_back(stop - 1);
   lo = hi = ring.At(r);
+  const auto keep = [&](int i) {  // the list runs down
+    if (i >= x && backward.back() > i) backward.push_back(i);
+  };
   for (int i = stop - 2; i >= x; --i) {
-    while (i - 3 >= x && r - 4 >= 0 && Within4(&ring.At(r - 4), ring.stride, lo, hi)) {
+    while (i - 3 >= x && r - 4 >= 0 &&
+           Within4(&ring.At(r - 4), ring.stride, std::max(lo, fringeLo), std::min(hi, fringeHi))) {
       i -= 4;
       r -= 4;
     }
     if (i < x) break;
     if (--r < 0) r = ring.S - 1;
     const double v = ring.At(r);
-    if (v < lo || v > hi) {
-      if (backward.back() != i + 1) backward.push_back(i + 1);
-      backward.push_back(i);
+    const bool fringe = v < fringeLo || v > fringeHi;
+    if (fringe || v < lo || v > hi) {
+      keep(i + 1);
+      keep(i);
+      if (fringe) keep(i - 1);
       lo = std::min(lo, v);
       hi = std::max(hi, v);
     }
   }
-  // Where the outline would keep more than a third of the samples, leaving
-  // out the rest saves little, and the samples it leaves out cross the
-  // stroke's edges often enough to brighten them: every sample is kept.
-  if (static_cast<int>(forward.size() + backward.size()) * 3 > stop - x) return all(stop);
+  // Where the outline would keep more than half the samples, leaving out the
+  // rest saves little: every sample is kept.
+  if (static_cast<int>(forward.size() + backward.size()) * 2 > stop - x) return all(stop);
   // Both lists in order of the samples, each sample once.
   std::size_t f = 0, b = backward.size();
   int last = x - 1;

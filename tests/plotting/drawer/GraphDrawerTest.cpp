@@ -551,9 +551,9 @@ TEST(Render, FastStrokesMatchTheWholePolyline) {
   EXPECT_GE(touchedWithin, touched * 99 / 100);
 }
 
-// A pixel column of many samples is stroked as its outline: noisy (also about the pen's width), smooth, stepped and
-// sparse signals with NaN breaks, through every intake, give the picture of every sample within the wide stroke's
-// tolerance against Qt.
+// A pixel column of many samples is stroked as its outline: noisy (also about the pen's width, and a pixel or two in
+// dense columns), smooth, stepped and sparse signals with NaN breaks, through every intake, give the picture of every
+// sample within the wide stroke's tolerance against Qt.
 TEST(Render, ColumnOutlinesMatchEverySample) {
   const int W = 1000, H = 600;
   const double kNaN = std::numeric_limits<double>::quiet_NaN();
@@ -568,6 +568,10 @@ TEST(Render, ColumnOutlinesMatchEverySample) {
       {30000,  // noise about the pen's width: the samples left out would cross its edges
        [](int i, int c, int n, std::mt19937& rng) {
          return std::sin(i * 6.2832 * (c + 2) / n + c) * 50 + std::normal_distribution<double>(0, 0.5)(rng);
+       }},
+      {100000,  // noise of a pixel or two in dense columns: every segment near their ends adds to them
+       [](int i, int c, int n, std::mt19937& rng) {
+         return std::sin(i * 6.2832 * (c + 2) / n + c) * 50 + std::normal_distribution<double>(0, 0.3)(rng);
        }},
       {100000, [](int i, int c, int n, std::mt19937&) { return std::sin(i * 6.2832 * (c + 1) / n) * 50; }},
       {50000, [](int i, int c, int n, std::mt19937&) { return ((i * (c + 3) * 7 / n) % 5) * 20.0 - 40; }},
