@@ -28,11 +28,11 @@ namespace plotbench {
 constexpr int kWidth = 1000, kHeight = 600, kCurves = 3;
 constexpr DWORD kColors[3] = {0xC080FF00u, 0xC0FF5A00u, 0xFF00FFFFu};
 
-// Three sine waves with Gaussian noise of 3 % of their amplitude (none when
-// smooth).
-inline std::vector<std::vector<float>> Signal(int n, bool smooth = false) {
+// Three sine waves with Gaussian noise of 3 % of their amplitude, or of the
+// share given.
+inline std::vector<std::vector<float>> Signal(int n, double share = 0.03) {
   std::mt19937 rng(12345);
-  std::normal_distribution<double> noise(0.0, smooth ? 0.0 : 0.03);
+  std::normal_distribution<double> noise(0.0, share);
   std::vector<std::vector<float>> curves(kCurves, std::vector<float>(static_cast<std::size_t>(n)));
   for (int c = 0; c < kCurves; ++c)
     for (int i = 0; i < n; ++i)
