@@ -441,6 +441,17 @@ struct CurveRing {
   const double& At(int r) const { return base[static_cast<std::size_t>(r) * stride]; }
 };
 
+// Appends the points of samples from to end - 1, every one a vertex.
+void AppendPoints(const StrokeMap& m, const CurveRing& ring, int from, int end, std::vector<PointF>& out) {
+  const std::size_t first = out.size();
+  out.resize(first + static_cast<std::size_t>(end - from));
+  int r = ring.Row(from);
+  for (int x = from; x < end; ++x) {
+    out[first + static_cast<std::size_t>(x - from)] = PointF(m.X(x), m.Y(ring.At(r)));
+    if (++r == ring.S) r = 0;
+  }
+}
+
 // How far from a column's lowest and highest values, in pixels, every sample
 // stays. Near the stroke's ends in a column the pixels are covered in part,
 // and every segment that reaches them adds its share until enough overlap;
@@ -479,11 +490,7 @@ int OutlineColumn(const StrokeMap& m, const CurveRing& ring, int x, int end, std
   // those the picture needs.
   const auto all = [&](int stop) {
     const std::size_t first = out.size();
-    int row = row0;
-    for (int i = x; i < stop; ++i) {
-      out.push_back(PointF(m.X(i), m.Y(ring.At(row))));
-      if (++row == ring.S) row = 0;
-    }
+    AppendPoints(m, ring, x, stop, out);
     orvek_gfx::ThinSmoothStretches(out, first);
     return stop;
   };
@@ -585,16 +592,7 @@ void CGraphDrawer::MapStrokes(const int* curves, int nCurves, int from, int end,
   // A window of few samples per column has nothing to leave out.
   const bool dense = m.E - m.F > 4.0 * static_cast<double>(m_rcPlot.Width);
   if (m_bEverySample || !bOutline || !dense) {
-    for (int i = 0; i < nCurves; ++i) {
-      std::vector<PointF>& out = m_strokes[static_cast<std::size_t>(i)];
-      out.resize(static_cast<std::size_t>(end - from));
-      const CurveRing curve = ring(i);
-      int r = curve.Row(from);
-      for (int x = from; x < end; ++x) {
-        out[static_cast<std::size_t>(x - from)] = PointF(m.X(x), m.Y(curve.At(r)));
-        if (++r == S) r = 0;
-      }
-    }
+    for (int i = 0; i < nCurves; ++i) AppendPoints(m, ring(i), from, end, m_strokes[static_cast<std::size_t>(i)]);
     return;
   }
   // Column by column, every curve in turn, so that a column's rows are read
