@@ -71,18 +71,14 @@ int main(int argc, char** argv) {
                   r.Get(every), r.Get(every, 1), r.Get(every) / r.Get(full));
       const double whole = r.Get(std::string("BM_QtWholePolyline/") + n + "/iterations:3");
       if (whole == whole) std::printf(", %.1f x faster than Qt's whole polyline (%.1f ms)", whole / r.Get(full), whole);
-      const std::string smooth = std::string("BM_FullFrameSmooth/") + n;
-      if (r.Get(smooth) == r.Get(smooth))
-        std::printf("; smooth curves %.2f / %.2f / %.2f ms = %.2f x the full frame", r.Get(smooth, 0), r.Get(smooth),
-                    r.Get(smooth, 1), r.Get(smooth) / r.Get(full));
-      const std::string quiet = std::string("BM_FullFrameQuiet/") + n;
-      if (r.Get(quiet) == r.Get(quiet))
-        std::printf("; noise of a pixel %.2f / %.2f / %.2f ms = %.2f x the full frame", r.Get(quiet, 0), r.Get(quiet),
-                    r.Get(quiet, 1), r.Get(quiet) / r.Get(full));
-      const std::string zoom = std::string("BM_InteractionFrame/") + n;
-      if (r.Get(zoom) == r.Get(zoom))
-        std::printf("; a zoom or pan frame %.2f / %.2f / %.2f ms = %.2f x the full frame", r.Get(zoom, 0), r.Get(zoom),
-                    r.Get(zoom, 1), r.Get(zoom) / r.Get(full));
+      for (const auto& [name, label] : {std::pair<const char*, const char*>{"BM_FullFrameSmooth/", "smooth curves"},
+                                        {"BM_FullFrameQuiet/", "noise of a pixel"},
+                                        {"BM_InteractionFrame/", "a zoom or pan frame"}}) {
+        const std::string row = std::string(name) + n;
+        if (r.Get(row) == r.Get(row))
+          std::printf("; %s %.2f / %.2f / %.2f ms = %.2f x the full frame", label, r.Get(row, 0), r.Get(row),
+                      r.Get(row, 1), r.Get(row) / r.Get(full));
+      }
       std::printf("\n");
     }
   });
